@@ -1,0 +1,30 @@
+# Flags that all of our own code shares, and the three kinds of targets.
+
+add_library(korva_flags INTERFACE)
+target_compile_definitions(korva_flags INTERFACE _WIN32_WINNT=0x0601 WINVER=0x0601 UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN)
+target_compile_options(korva_flags INTERFACE
+    $<$<COMPILE_LANGUAGE:CXX>:-Wall -Wextra -Wpedantic -Werror -Wno-unknown-pragmas -Wno-cast-function-type>
+    $<$<AND:$<COMPILE_LANGUAGE:CXX>,$<CXX_COMPILER_ID:Clang>>:-Wno-missing-field-initializers -Wno-language-extension-token>
+    $<$<AND:$<BOOL:${KORVA_CHECKED}>,$<COMPILE_LANGUAGE:CXX>>:-fsanitize=undefined -fsanitize-undefined-trap-on-error>)
+if(KORVA_CHECKED)
+  target_compile_definitions(korva_flags INTERFACE _GLIBCXX_ASSERTIONS)
+endif()
+target_include_directories(korva_flags INTERFACE ${CMAKE_SOURCE_DIR}/src)
+# One file, no compiler's runtime DLL beside it.
+target_link_options(korva_flags INTERFACE -static -Wl,--no-insert-timestamp)
+
+# korva_library(foundation): the static library korva_foundation from the sources of this folder.
+function(korva_library name)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS *.cpp *.c)
+  add_library(korva_${name} STATIC ${sources})
+  target_link_libraries(korva_${name} PUBLIC korva_flags ${ARGN})
+endfunction()
+
+# korva_test(foundation ...): the GoogleTest program foundation_tests from the sources of this folder, as one CTest entry.
+function(korva_test name)
+  file(GLOB sources CONFIGURE_DEPENDS *.cpp)
+  add_executable(${name}_tests ${sources})
+  target_link_libraries(${name}_tests PRIVATE korva_flags ${ARGN} GTest::gmock_main)
+  target_include_directories(${name}_tests PRIVATE ${CMAKE_SOURCE_DIR})
+  add_test(NAME ${name} COMMAND ${name}_tests)
+endfunction()

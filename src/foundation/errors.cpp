@@ -1,0 +1,66 @@
+#include "foundation/errors.h"
+
+#include <oleauto.h>
+#include <winternl.h>
+
+#include <memory>
+
+#include "foundation/convert.h"
+#include "foundation/system_text.h"
+
+namespace exc {
+namespace {
+
+// Description of the thread's current error object; fetching it takes it from the thread.
+std::string current_error_description() {
+    IErrorInfo* found = nullptr;
+    if (::GetErrorInfo(0, &found) != S_OK || !found)
+        return {};
+    const auto release = [](IErrorInfo* info) { info->Release(); };
+    const std::unique_ptr<IErrorInfo, decltype(release)> info(found, release);
+
+    BSTR description = nullptr;
+    if (FAILED(info->GetDescription(&description)) || !description)
+        return {};
+    const std::unique_ptr<wchar_t, decltype(&::SysFreeString)> owner(description, &::SysFreeString);
+    return text::narrow({description, ::SysStringLen(description)});
+}
+
+}  // namespace
+
+exc_base_t::exc_base_t(std::string_view message) {
+    add_line(message);
+}
+
+void exc_base_t::add_line(std::string_view line) {
+    assembly_ = text_;
+    if (!lines_.empty())
+        assembly_ += '\n';
+    assembly_ += line;
+    lines_.emplace_back(line);
+    text_.swap(assembly_);
+}
+
+win_sys_exc_t::win_sys_exc_t(std::string_view message, std::uint32_t code) : exc_base_t(system_error_text(code)), code_(code) {
+    add_line(message);
+}
+
+rpc_exc_t::rpc_exc_t(std::uint32_t status) : exc_base_t(system_error_text(status)), code_(status) {}
+
+com_exc_t::com_exc_t(HRESULT result, std::string_view message)
+    : exc_base_t(current_error_description() + " Error code: " + text::hex8(static_cast<std::uint32_t>(result))), code_(result) {
+    add_line(message);
+}
+
+CNtStatusExc::CNtStatusExc(std::uint32_t status, std::string_view message)
+    : exc_base_t("NT status code: " + text::hex8(status)), code_(status) {
+    add_line(system_error_text(::RtlNtStatusToDosError(static_cast<NTSTATUS>(status))));
+    if (!message.empty())
+        add_line(message);
+}
+
+void throw_last_error(std::string_view message) {
+    throw win_sys_exc_t(message, ::GetLastError());
+}
+
+}  // namespace exc
