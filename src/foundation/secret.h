@@ -1,0 +1,41 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+#include <string_view>
+
+namespace win {
+
+// A password, cleared from memory when it is replaced or goes. It has no conversion of its own: text() is the one way to it.
+template <class Char>
+class basic_secret_t {
+public:
+    basic_secret_t() = default;
+    explicit basic_secret_t(std::basic_string_view<Char> text) : text_(text) {}
+    // Takes the text over and clears the string that it came in.
+    explicit basic_secret_t(std::basic_string<Char>&& text) : text_(std::basic_string_view<Char>(text)) { clear(text); }
+    basic_secret_t(const basic_secret_t&) = default;
+    basic_secret_t& operator=(const basic_secret_t& other) {
+        std::basic_string<Char> copy(other.text_);
+        text_.swap(copy);
+        clear(copy);
+        return *this;
+    }
+    ~basic_secret_t() { clear(text_); }
+
+    const std::basic_string<Char>& text() const noexcept { return text_; }
+
+private:
+    static void clear(std::basic_string<Char>& text) noexcept {
+        ::SecureZeroMemory(text.data(), text.size() * sizeof(Char));
+        text.clear();
+    }
+
+    std::basic_string<Char> text_;
+};
+
+using secret_t = basic_secret_t<wchar_t>;
+using code_page_secret_t = basic_secret_t<char>;
+
+}  // namespace win
