@@ -44,9 +44,7 @@ std::wstring widen(std::string_view utf8) {
     return to_wide(CP_UTF8, MB_ERR_INVALID_CHARS, utf8, "Failed to convert text to UTF-16.");
 }
 
-std::string to_code_page(std::string_view utf8) {
-    return to_code_page(std::wstring_view(widen(utf8)));
-}
+std::string to_code_page(std::string_view utf8) { return to_code_page(std::wstring_view(widen(utf8))); }
 
 std::string to_code_page(std::wstring_view wide) {
     if (wide.empty())
@@ -82,8 +80,8 @@ std::string hex8(std::uint32_t value) {
 std::string guid_text(const GUID& guid) {
     char buffer[37];
     const unsigned char* tail = guid.Data4;
-    std::snprintf(buffer, sizeof buffer, "%08lx-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x", guid.Data1, guid.Data2, guid.Data3,
-                  tail[0], tail[1], tail[2], tail[3], tail[4], tail[5], tail[6], tail[7]);
+    std::snprintf(buffer, sizeof buffer, "%08lx-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x", guid.Data1, guid.Data2,
+                  guid.Data3, tail[0], tail[1], tail[2], tail[3], tail[4], tail[5], tail[6], tail[7]);
     return buffer;
 }
 

@@ -28,9 +28,7 @@ std::string current_error_description() {
 
 }  // namespace
 
-exc_base_t::exc_base_t(std::string_view message) {
-    add_line(message);
-}
+exc_base_t::exc_base_t(std::string_view message) { add_line(message); }
 
 void exc_base_t::add_line(std::string_view line) {
     assembly_ = text_;
@@ -48,7 +46,8 @@ win_sys_exc_t::win_sys_exc_t(std::string_view message, std::uint32_t code) : exc
 rpc_exc_t::rpc_exc_t(std::uint32_t status) : exc_base_t(system_error_text(status)), code_(status) {}
 
 com_exc_t::com_exc_t(HRESULT result, std::string_view message)
-    : exc_base_t(current_error_description() + " Error code: " + text::hex8(static_cast<std::uint32_t>(result))), code_(result) {
+    : exc_base_t(current_error_description() + " Error code: " + text::hex8(static_cast<std::uint32_t>(result))),
+      code_(result) {
     add_line(message);
 }
 
@@ -59,8 +58,6 @@ CNtStatusExc::CNtStatusExc(std::uint32_t status, std::string_view message)
         add_line(message);
 }
 
-void throw_last_error(std::string_view message) {
-    throw win_sys_exc_t(message, ::GetLastError());
-}
+void throw_last_error(std::string_view message) { throw win_sys_exc_t(message, ::GetLastError()); }
 
 }  // namespace exc

@@ -27,22 +27,28 @@ HRESULT code_of(const std::exception& error) noexcept {
     return DISP_E_EXCEPTION;
 }
 
+// No error object: a description that somebody else left on the thread must not pass for ours.
+HRESULT out_of_memory() noexcept {
+    ::SetErrorInfo(0, nullptr);
+    return E_OUTOFMEMORY;
+}
+
 HRESULT set_error_object(std::string_view description, const IID& iid, HRESULT result) noexcept try {
     const std::wstring wide = text::widen(description);
     ICreateErrorInfo* created = nullptr;
     if (FAILED(::CreateErrorInfo(&created)))
-        return E_OUTOFMEMORY;
+        return out_of_memory();
     const std::unique_ptr<ICreateErrorInfo, releaser> creator(created);
     if (FAILED(creator->SetGUID(iid)) || FAILED(creator->SetDescription(const_cast<wchar_t*>(wide.c_str()))))
-        return E_OUTOFMEMORY;
+        return out_of_memory();
     IErrorInfo* info = nullptr;
     if (FAILED(creator->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(&info))))
-        return E_OUTOFMEMORY;
+        return out_of_memory();
     const std::unique_ptr<IErrorInfo, releaser> owner(info);
     ::SetErrorInfo(0, info);
     return result;
 } catch (const std::exception&) {
-    return E_OUTOFMEMORY;
+    return out_of_memory();
 }
 
 }  // namespace
@@ -63,13 +69,11 @@ std::string message_of(const std::exception& error) {
 }
 
 HRESULT CFireComExcMixin::fire_com_exc(const std::exception& error, const IID& iid) noexcept try {
-    if (dynamic_cast<const std::bad_alloc*>(&error)) {
-        ::SetErrorInfo(0, nullptr);  // a description left on the thread by someone else is not ours
-        return E_OUTOFMEMORY;
-    }
+    if (dynamic_cast<const std::bad_alloc*>(&error))
+        return out_of_memory();
     return set_error_object(text_of(error), iid, code_of(error));
 } catch (const std::exception&) {
-    return E_OUTOFMEMORY;
+    return out_of_memory();
 }
 
 HRESULT CFireComExcMixin::fire_unknown_exc(const IID& iid) noexcept {

@@ -24,8 +24,9 @@ public:
     arg_t(const GUID& value) : owned_(guid_text(value)), view_(owned_) {}
     arg_t(bool value) noexcept : view_(value ? "true" : "false") {}
     template <std::integral Integer>
-        requires(!std::same_as<Integer, bool> && !std::same_as<Integer, char> && !std::same_as<Integer, wchar_t>)
-    arg_t(Integer value) : owned_(std::to_string(value)), view_(owned_) {}
+    requires(!std::same_as<Integer, bool> && !std::same_as<Integer, char> && !std::same_as<Integer, wchar_t>)
+        arg_t(Integer value)
+        : owned_(std::to_string(value)), view_(owned_) {}
     arg_t(const arg_t&) = delete;
     arg_t& operator=(const arg_t&) = delete;
 

@@ -19,9 +19,8 @@ constexpr DWORD language_neutral = 0;
 
 std::string table_text(DWORD source_flag, HMODULE module, std::uint32_t code, DWORD language) {
     char* buffer = nullptr;
-    const DWORD length =
-        ::FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS | source_flag, module, code, language,
-                         reinterpret_cast<char*>(&buffer), 0, nullptr);
+    const DWORD length = ::FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS | source_flag, module,
+                                          code, language, reinterpret_cast<char*>(&buffer), 0, nullptr);
     const win::unique_local_memory owner(buffer);
     std::string_view found(buffer ? buffer : "", length);
     while (!found.empty() && (found.back() == '\n' || found.back() == '\r'))
