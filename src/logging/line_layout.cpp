@@ -1,0 +1,88 @@
+#include "logging/line_layout.h"
+
+#include <charconv>
+#include <cstdio>
+
+namespace logging::format {
+namespace {
+
+std::string_view word_tag(std::uint32_t level) {
+    switch (level) {
+        case level_debug:
+        case level_info:
+            return "Info     ";
+        case level_warning:
+            return "Warning  ";
+        case level_error:
+            return "Error    ";
+        default:
+            return {};
+    }
+}
+
+std::string_view short_tag(std::uint32_t level, bool first) {
+    if (level != level_warning && level != level_error)
+        return {};
+    if (!first)
+        return ">>  |";
+    return level == level_warning ? "WARN|" : "ERR |";
+}
+
+void append_thread(std::string& buffer, DWORD id, std::size_t width) {
+    char digits[12];
+    const auto length = static_cast<std::size_t>(std::to_chars(digits, digits + sizeof digits, id).ptr - digits);
+    buffer += '<';
+    if (length < width)
+        buffer.append(width - length, ' ');
+    buffer.append(digits, length);
+    buffer += "> ";
+}
+
+}  // namespace
+
+std::string stamp_text(const SYSTEMTIME* local_time) {
+    if (!local_time)
+        return "TIME ---";
+    const SYSTEMTIME& time = *local_time;
+    char buffer[40];
+    std::snprintf(buffer, sizeof buffer, "[%02u.%02u.%04u %02u:%02u:%02u] ", time.wDay, time.wMonth, time.wYear, time.wHour,
+                  time.wMinute, time.wSecond);
+    return buffer;
+}
+
+void append_lines(std::string& buffer, const line_head_t& head, std::string_view message, std::string_view eol) {
+    bool first = true;
+    do {
+        const std::size_t end = message.find('\n');
+        buffer += head.stamp;
+        if (head.style == console_layout) {
+            append_thread(buffer, head.thread_id % 100, 2);
+            buffer += word_tag(head.level);
+        } else {
+            append_thread(buffer, head.thread_id, 6);
+            buffer += head.format_text;
+            buffer += short_tag(head.level, first);
+        }
+        buffer.append(std::size_t{2} * head.indentation, ' ');
+        buffer += message.substr(0, end);
+        buffer += eol;
+        message.remove_prefix(end == std::string_view::npos ? message.size() : end + 1);
+        first = false;
+    } while (!message.empty());
+}
+
+std::string_view time_stamp_t::now() {
+    FILETIME moment;
+    ::GetSystemTimeAsFileTime(&moment);
+    const std::uint64_t second = ((std::uint64_t{moment.dwHighDateTime} << 32) | moment.dwLowDateTime) / 10'000'000;
+    if (second != second_) {
+        SYSTEMTIME utc;
+        SYSTEMTIME local;
+        const bool known = ::FileTimeToSystemTime(&moment, &utc) && ::SystemTimeToTzSpecificLocalTime(nullptr, &utc, &local);
+        text_ = stamp_text(known ? &local : nullptr);
+        second_ = second;
+    }
+    return text_;
+}
+
+}  // namespace logging::format

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <windows.h>
+
+#include <atomic>
+#include <cstdint>
+
+namespace logging {
+
+// A lock that the thread which owns it may take again; any other thread waits without limit.
+class reentrant_lock_t {
+public:
+    // False only while the process ends: a thread that the system ended inside the lock will never give it back.
+    [[nodiscard]] bool lock() noexcept {
+        const DWORD self = ::GetCurrentThreadId();
+        if (owner_.load(std::memory_order_relaxed) != self) {
+            if (!::TryAcquireSRWLockExclusive(&mutex_) && !wait())
+                return false;
+            owner_.exchange(self, std::memory_order_relaxed);
+        }
+        ++count_;
+        return true;
+    }
+
+    void unlock() noexcept {
+        if (--count_ != 0)
+            return;
+        owner_.exchange(0, std::memory_order_relaxed);
+        ::ReleaseSRWLockExclusive(&mutex_);
+    }
+
+private:
+    bool wait() noexcept;
+
+    std::atomic<DWORD> owner_{0};
+    std::uint32_t count_ = 0;
+    SRWLOCK mutex_ = SRWLOCK_INIT;
+};
+
+}  // namespace logging

@@ -1,0 +1,153 @@
+#include "logging/log.h"
+
+#include <gmock/gmock.h>
+
+#include <stdexcept>
+#include <thread>
+
+#include "foundation/errors.h"
+#include "logging/memory_receiver.h"
+#include "logging/write.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+
+TEST(Layout, LinesAgainstFixedTimesAndThreads) {
+    const SYSTEMTIME time{2013, 11, 0, 3, 14, 5, 9, 0};
+    const std::string stamp = logging::format::stamp_text(&time);
+    EXPECT_EQ(stamp, "[03.11.2013 14:05:09] ");
+    EXPECT_EQ(logging::format::stamp_text(nullptr), "TIME ---");
+
+    struct row_t {
+        std::uint32_t style, level;
+        DWORD thread;
+        std::uint32_t indentation;
+        const char* message;
+        std::string lines;
+    };
+    const std::string five = "     ";
+    const row_t rows[] = {
+        {1, 3, 7, 0, "w", stamp + "< 7> Warning  w\r\n"},
+        {1, 1, 1234, 1, "i", stamp + "<34> Info       i\r\n"},
+        {1, 4, 100, 0, "a\nb\n", stamp + "< 0> Error    a\r\n" + stamp + "< 0> Error    b\r\n"},
+        {1, 2, 12, 0, "", stamp + "<12> Info     \r\n"},
+        {1, 9, 12, 0, "x", stamp + "<12> x\r\n"},
+        {0, 2, 7, 2, "i", stamp + "<     7> " + five + "    i\r\n"},
+        {0, 1, 1234567, 0, "i", stamp + "<1234567> " + five + "i\r\n"},
+        {0, 3, 7, 0, "a\nb", stamp + "<     7> " + five + "WARN|a\r\n" + stamp + "<     7> " + five + ">>  |b\r\n"},
+        {0, 4, 7, 1, "a\n\nb",
+         stamp + "<     7> " + five + "ERR |  a\r\n" + stamp + "<     7> " + five + ">>  |  \r\n" + stamp + "<     7> " + five +
+             ">>  |  b\r\n"},
+        {0, 0, 7, 0, "\n", stamp + "<     7> " + five + "\r\n"},
+        {0, 2, 7, 0, "a\r\nb", stamp + "<     7> " + five + "a\r\r\n" + stamp + "<     7> " + five + "b\r\n"},
+        {5, 3, 7, 0, "w", stamp + "<     7> " + five + "WARN|w\r\n"},
+    };
+    for (const row_t& row : rows) {
+        std::string lines;
+        logging::format::append_lines(lines, {row.style, row.level, stamp, row.thread, five, row.indentation}, row.message,
+                                      "\r\n");
+        EXPECT_EQ(lines, row.lines) << "style " << row.style << " level " << row.level << " message " << row.message;
+    }
+}
+
+TEST(Log, FrontEndsWriteTheirLevelAndTheThreadsIndentation) {
+    logging::captured_log_t log;
+    logging::info("start %1", 1);
+    {
+        const auto step = logging::scoped("step '%1'", L"b\u00e9");
+        logging::warning("careful");
+        std::thread([] { logging::info("another thread starts at 0"); }).join();
+        const logging::log_scope deeper;
+        logging::error("failed\nagain");
+    }
+    logging::error_with(exc::win_sys_exc_t("cause", ERROR_ACCESS_DENIED), "outer %1", "text");
+    logging::log_exception(std::runtime_error(""));
+    logging::debug("100% %1 stays");
+    EXPECT_THAT(log.texts(), ElementsAre("start 1", "step 'b\xc3\xa9'", "WARN|  careful", "another thread starts at 0",
+                                         "ERR |    failed", ">>  |    again", "ERR |outer text", ">>  |Access denied.",
+                                         ">>  |cause", "ERR |Exception message is not available.", "100% %1 stays"));
+}
+
+TEST(Log, KeepsTheThreadsLastError) {
+    logging::captured_log_t log;
+    ::SetLastError(1234);
+    {
+        const auto step = logging::scoped("%1", L"step");
+        logging::info("no argument");
+    }
+    EXPECT_EQ(::GetLastError(), 1234u);
+}
+
+TEST(Log, ScopeClosedTooOftenLeavesTheIndentationAtZero) {
+    logging::log_t log;
+    log.lower_indentation();
+    EXPECT_EQ(log.indentation(), 0u);
+    const logging::log_scope scope(log);
+    EXPECT_EQ(log.indentation(), 1u);
+    EXPECT_EQ(logging::default_log()->indentation(), 0u) << "each log has its own";
+}
+
+TEST(Log, DropsWithoutReceiverAndWhileSuppressed) {
+    logging::log_t log;
+    const auto memory = std::make_shared<logging::receiver::memory_receiver_t>();
+    log.write(2, 0, nullptr, "dropped");
+    EXPECT_EQ(log.set_receiver(memory), nullptr);
+    log.set_suppressed(true);
+    log.write(2, 0, nullptr, "dropped");
+    log.set_suppressed(false);
+    EXPECT_EQ(memory->text(), "");
+    log.write(2, 0, nullptr, "kept");
+    EXPECT_NE(memory->text().find("> kept\r\n"), std::string::npos);
+    EXPECT_EQ(log.set_receiver(nullptr), memory);
+}
+
+// A receiver that fails, or that writes to the log from inside a write.
+struct awkward_receiver_t : logging::receiver::memory_receiver_t {
+    void write(std::string_view lines) override {
+        if (++calls == 1)
+            throw std::runtime_error("disk full");
+        memory_receiver_t::write(lines);
+        if (calls == 2)
+            log->write(2, 0, nullptr, "inner");
+        memory_receiver_t::write(lines.substr(lines.size() - 7));
+    }
+    logging::log_t* log = nullptr;
+    int calls = 0;
+};
+
+TEST(Log, SwallowsTheReceiversFailureAndLetsItWriteAgain) {
+    logging::log_t log;
+    const auto receiver = std::make_shared<awkward_receiver_t>();
+    receiver->log = &log;
+    log.set_receiver(receiver);
+    log.write(2, 0, nullptr, "lost");
+    log.write(2, 0, nullptr, "outer");
+    const std::string text = receiver->text();
+    EXPECT_EQ(receiver->calls, 3);
+    EXPECT_EQ(text.substr(text.size() - 14), "inner\r\nouter\r\n") << "the outer text outlives the inner message";
+}
+
+TEST(Log, LinesOfOneMessageStayTogether) {
+    logging::log_t log;
+    const auto memory = std::make_shared<logging::receiver::memory_receiver_t>();
+    log.set_receiver(memory);
+    std::thread threads[4];
+    for (std::thread& thread : threads) {
+        thread = std::thread([&log] {
+            for (int i = 0; i < 500; ++i)
+                log.write(3, 0, nullptr, "one\ntwo");
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    const std::string text = memory->text();
+    std::size_t pairs = 0;
+    for (std::size_t at = 0; (at = text.find("WARN|one\r\n", at)) != std::string::npos; ++pairs) {
+        at = text.find("|", at + 5);
+        ASSERT_EQ(text.substr(at, 6), "|two\r\n");
+    }
+    EXPECT_EQ(pairs, 2000u);
+}
+
+}  // namespace
