@@ -13,6 +13,15 @@ target_include_directories(korva_flags INTERFACE ${CMAKE_SOURCE_DIR}/src)
 # One file, no compiler's runtime DLL beside it.
 target_link_options(korva_flags INTERFACE -static -Wl,--no-insert-timestamp)
 
+if(KORVA_CLANG_CXX)
+  # clang does not find the posix runtime of MinGW's GCC by itself: GCC's driver links what clang compiled. (CMake's platform
+  # files set these rules anew, so they cannot stand in the toolchain file.)
+  set(CMAKE_CXX_LINK_EXECUTABLE
+      "${korva_triplet}-g++-posix <CMAKE_CXX_LINK_FLAGS> <LINK_FLAGS> <OBJECTS> -o <TARGET> <LINK_LIBRARIES>")
+  set(CMAKE_CXX_CREATE_SHARED_LIBRARY
+      "${korva_triplet}-g++-posix -shared <LINK_FLAGS> -o <TARGET> -Wl,--out-implib,<TARGET_IMPLIB> <OBJECTS> <LINK_LIBRARIES>")
+endif()
+
 # korva_library(foundation): the static library korva_foundation from the sources of this folder.
 function(korva_library name)
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS *.cpp *.c)
@@ -27,4 +36,6 @@ function(korva_test name)
   target_link_libraries(${name}_tests PRIVATE korva_flags ${ARGN} GTest::gmock_main)
   target_include_directories(${name}_tests PRIVATE ${CMAKE_SOURCE_DIR})
   add_test(NAME ${name} COMMAND ${name}_tests)
+  # "cases": takes a filter of case names. A hang ends with the time-out, not with the day.
+  set_tests_properties(${name} PROPERTIES LABELS cases TIMEOUT 300)
 endfunction()

@@ -16,11 +16,6 @@ if(KORVA_CLANG_CXX)
                   OUTPUT_VARIABLE korva_libstdcxx OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
   set(CMAKE_CXX_FLAGS_INIT
       "-nostdinc++ -isystem ${korva_libstdcxx} -isystem ${korva_libstdcxx}/${korva_triplet} -isystem ${korva_libstdcxx}/backward")
-  # clang finds no posix runtime of GCC by itself; GCC's driver links what clang compiled.
-  set(CMAKE_CXX_LINK_EXECUTABLE
-      "${korva_triplet}-g++-posix <CMAKE_CXX_LINK_FLAGS> <LINK_FLAGS> <OBJECTS> -o <TARGET> <LINK_LIBRARIES>")
-  set(CMAKE_CXX_CREATE_SHARED_LIBRARY
-      "${korva_triplet}-g++-posix -shared <LANGUAGE_COMPILE_FLAGS_FOR_LINK> <LINK_FLAGS> -o <TARGET> -Wl,--out-implib,<TARGET_IMPLIB> <OBJECTS> <LINK_LIBRARIES>")
 else()
   set(CMAKE_CXX_COMPILER ${korva_triplet}-g++-posix)
 endif()

@@ -1,18 +1,37 @@
 # Sourced by every script, from the repository's root: the private Wine prefix and how its processes end with the script.
 export WINEPREFIX="$PWD/build/wineprefix"
 export WINEDEBUG="${WINEDEBUG:--all}"
+# No menu entries or file associations in the user's home.
+export WINEDLLOVERRIDES="winemenubuilder.exe=d"
 export DISPLAY=
 WINE=$(command -v wine64 || echo /usr/lib/wine/wine64)
 WINESERVER=$(ls /usr/lib/wine/wineserver64 /usr/lib/wine/wineserver 2>/dev/null | head -n 1 || true)
+session_owner=build/session.pid
 
 # Keeps one wineserver for the whole script, and ends it and all that runs in the prefix when the script ends, also by Ctrl-C.
 wine_session() {
-    # The server and the prefix's own services must not inherit this script's output: whoever reads it would wait for them.
-    "$WINESERVER" -p >/dev/null 2>&1 </dev/null || true  # fails where one runs already
-    trap 'status=$?; trap - EXIT; "$WINESERVER" -k >/dev/null 2>&1 || true; "$WINESERVER" -w >/dev/null 2>&1 || true; exit $status' EXIT
+    local owner
+    owner=$(cat "$session_owner" 2>/dev/null || true)
+    if [ -n "$owner" ] && kill -0 "$owner" 2>/dev/null; then
+        echo "Process $owner ($(ps -o args= -p "$owner")) is using build/wineprefix; wait for its end." >&2
+        exit 1
+    fi
+    echo $$ > "$session_owner"
+    trap 'status=$?; trap "" INT TERM HUP; end_wine_session; exit $status' EXIT
     trap 'exit 130' INT
     trap 'exit 143' TERM
+    trap 'exit 129' HUP
+    "$WINESERVER" -k >/dev/null 2>&1 || true  # what a killed script may have left
+    # The server must not inherit this script's output: whoever reads it would wait for the server. It outlives its last
+    # process by 20 seconds: no restart between two programs, and it ends even where the script was killed.
+    "$WINESERVER" -p20 >/dev/null 2>&1 </dev/null || true
     "$WINE" cmd /c exit >/dev/null 2>&1 </dev/null
+}
+
+end_wine_session() {
+    "$WINESERVER" -k >/dev/null 2>&1 || true
+    "$WINESERVER" -w >/dev/null 2>&1 || true
+    rm -f "$session_owner"
 }
 
 build() {

@@ -15,12 +15,15 @@
 // reference that is left over.
 class played_object {
     static constexpr std::size_t slots = 80;
-    void** first_ = table_.data();  // the object begins with the pointer to its table
+    void** first_;  // the object begins with the pointer to its table
 
 public:
     using answer_t = std::function<HRESULT(void* first, void* second, void* third)>;
 
-    played_object() { fill(std::make_index_sequence<slots>()); }
+    played_object() {
+        first_ = table_.data();
+        fill(std::make_index_sequence<slots>());
+    }
     ~played_object() { EXPECT_EQ(references_, 0) << "references that nobody released"; }
     played_object(const played_object&) = delete;
 
