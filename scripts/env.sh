@@ -12,7 +12,7 @@ session_owner=build/session.pid
 wine_session() {
     local owner
     owner=$(cat "$session_owner" 2>/dev/null || true)
-    if [ -n "$owner" ] && kill -0 "$owner" 2>/dev/null; then
+    if [ -n "$owner" ] && [ "$(readlink "/proc/$owner/cwd")" = "$PWD" ]; then
         echo "Process $owner ($(ps -o args= -p "$owner")) is using build/wineprefix; wait for its end." >&2
         exit 1
     fi

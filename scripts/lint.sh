@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Layout (clang-format) of all C++ code, and clang-tidy over all but the tests; each failure names what fixes it. ./scripts/lint.sh --format checks
-# the layout alone.
+# Layout (clang-format) of all C++ code, and clang-tidy over all but the tests; a failure names what fixes it.
+# scripts/lint.sh --format checks the layout alone.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/env.sh
