@@ -2,6 +2,7 @@
 // the middle of a record leaves no wild pointer in it, and the heap tells a block's size to whoever checks a reply's counts.
 #include <windows.h>
 #include <rpc.h>
+#include <rpcndr.h>
 
 void* __RPC_USER MIDL_user_allocate(size_t size) { return HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, size); }
 

@@ -11,6 +11,8 @@
 
 namespace win::rpc {
 
+class account_t;
+
 // One authenticated connection (ncacn_ip_tcp, NTLM) to one remote service.
 //
 // Calls from several threads are not serialised, and a reconnect of one replaces the binding for all; a binding lives until
@@ -49,7 +51,6 @@ public:
 
 private:
     struct endpoint_t;
-    struct account_t;
     struct bound_t;
 
     std::shared_ptr<bound_t> build_binding(bool secure) const;

@@ -56,6 +56,9 @@ protected:
         return *record.get();
     }
 
+    // Checks a count that the service sent against what it brought.
+    void check_list(bool has_entries, std::size_t held, std::size_t count) const;
+
 private:
     const command_t& row_;
     rpc_call_result_t result_;

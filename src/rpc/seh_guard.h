@@ -1,0 +1,16 @@
+#pragma once
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// Runs step(frame) and returns 0, or the status that the RPC runtime raised inside it, whatever its number.
+//
+// The one place that sees structured exceptions. It takes those without parameters, which is how the runtime raises a status;
+// those with parameters (a real access violation, a C++ exception) and a stack overflow pass through. No frame between here
+// and the runtime may hold anything with a destructor: a status unwinds them without running it.
+unsigned long korva_seh_guard(void (*step)(void*), void* frame);
+
+#ifdef __cplusplus
+}
+#endif
