@@ -2,12 +2,15 @@
 
 #include <winternl.h>
 
+#include "logging/rotation.h"
 #include "logging/write.h"
 
 extern "C" BOOLEAN NTAPI RtlDllShutdownInProgress(void);  // documented, but in no header of the cross toolchain
 
 namespace logging {
 namespace {
+
+constexpr std::int32_t messages_per_size_check = 1000;
 
 // What one very long message needed is not kept for all that follow.
 constexpr std::size_t largest_kept_buffer = 64 * 1024;
@@ -43,7 +46,10 @@ bool reentrant_lock_t::wait() noexcept {
     return true;
 }
 
-log_t::log_t() noexcept : indentation_slot_(::TlsAlloc()) {}
+log_t::log_t() noexcept : log_t([](receiver::log_file_t& receiver) { rotate_when_full(receiver); }) {}
+
+log_t::log_t(std::function<void(receiver::log_file_t&)> size_check) noexcept
+    : size_check_(std::move(size_check)), indentation_slot_(::TlsAlloc()) {}
 
 log_t::~log_t() {
     if (indentation_slot_ != TLS_OUT_OF_INDEXES)
@@ -83,6 +89,22 @@ void log_t::write_locked(const format::line_head_t& head, std::string_view messa
     receiver->write(buffer);
     if (buffer.capacity() <= largest_kept_buffer)
         buffer_ = std::move(buffer);
+    if (size_control_.load(std::memory_order_relaxed) && ++messages_ >= messages_per_size_check) {
+        messages_ = 0;
+        check_size();
+    }
+}
+
+void log_t::check_size() {
+    if (!lock_.lock())
+        return;
+    try {
+        if (receiver_)
+            size_check_(*receiver_);
+    } catch (...) {
+        // Tried again after the next 1000 messages.
+    }
+    lock_.unlock();
 }
 
 std::uint32_t log_t::indentation() const noexcept {

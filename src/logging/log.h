@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -19,6 +20,8 @@ namespace logging {
 class log_t {
 public:
     log_t() noexcept;
+    // With another way to look at a receiver's size and rotate it (the default is rotate_when_full).
+    explicit log_t(std::function<void(receiver::log_file_t&)> size_check) noexcept;
     ~log_t();
     log_t(const log_t&) = delete;
     log_t& operator=(const log_t&) = delete;
@@ -33,6 +36,9 @@ public:
     // While set, every message is dropped.
     void set_suppressed(bool suppressed) noexcept { suppressed_.store(suppressed, std::memory_order_relaxed); }
 
+    // While on, the receiver's size is looked at once per 1000 messages.
+    void set_size_control(bool on) noexcept { size_control_.store(on, std::memory_order_relaxed); }
+
     // Writes one message; its lines are never separated by another thread's. The thread's last error stays as it was.
     void write(std::uint32_t level, std::uint32_t indentation, const std::shared_ptr<format::line_format_t>& line_format,
                std::string_view message) noexcept;
@@ -44,11 +50,15 @@ public:
 
 private:
     void write_locked(const format::line_head_t& head, std::string_view message);
+    void check_size();
 
     reentrant_lock_t lock_;
     std::shared_ptr<receiver::log_file_t> receiver_;
     std::atomic<std::uint32_t> line_style_{module_layout};
     std::atomic<bool> suppressed_{false};
+    std::atomic<bool> size_control_{false};
+    std::int32_t messages_ = 0;  // since the last look at the size
+    std::function<void(receiver::log_file_t&)> size_check_;
     format::time_stamp_t stamp_;
     std::string buffer_;
     DWORD indentation_slot_;  // the counter itself stands in the slot, so that a thread's end has nothing to free

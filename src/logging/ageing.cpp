@@ -1,0 +1,64 @@
+#include "logging/ageing.h"
+
+#include <ranges>
+
+#include "foundation/convert.h"
+#include "foundation/errors.h"
+#include "foundation/format.h"
+#include "foundation/nesting.h"
+#include "logging/log_names.h"
+
+namespace logging {
+namespace {
+
+void take(const age_step_t& step, const file_functions_t& files) {
+    if (step.to.empty()) {
+        if (!files.remove(text::widen(step.from)))
+            exc::throw_last_error(text::format("Failed to delete file: [%1].", step.from));
+    } else if (!files.rename(text::widen(step.from), text::widen(step.to))) {
+        exc::throw_last_error(text::format("Failed to rename file [%1] to [%2].", step.from, step.to));
+    }
+}
+
+}  // namespace
+
+std::vector<age_step_t> plan_ageing(std::string_view path, std::string_view extension, unsigned limit,
+                                    const std::function<bool(const std::string&)>& exists) {
+    std::vector<age_step_t> steps;
+    for (unsigned index = limit + 1; index-- > 0;) {
+        const std::string name = make_aged_name(path, extension, index);
+        if (exists(name))
+            steps.push_back({name, index == limit ? std::string() : make_aged_name(path, extension, index + 1)});
+    }
+    return steps;
+}
+
+std::vector<age_step_t> age_files(std::string_view path, std::string_view extension, unsigned limit,
+                                  const file_functions_t& files) {
+    const auto fail = [&] {
+        return text::format("Cannot age file. File path: [%1]. Extension: [%2]. Ages limit: [%3].", path, extension, limit);
+    };
+    return exc::wrap_errors(fail, [&] {
+        const auto exists = [&](const std::string& name) { return files.exists(text::widen(name)); };
+        std::vector<age_step_t> taken;
+        try {
+            for (const age_step_t& step : plan_ageing(path, extension, limit, exists)) {
+                take(step, files);
+                taken.push_back(step);
+            }
+        } catch (...) {
+            undo_ageing(taken, files);
+            throw;
+        }
+        return taken;
+    });
+}
+
+void undo_ageing(const std::vector<age_step_t>& taken, const file_functions_t& files) {
+    for (const age_step_t& step : std::views::reverse(taken)) {
+        if (!step.to.empty())
+            files.rename(text::widen(step.to), text::widen(step.from));
+    }
+}
+
+}  // namespace logging
