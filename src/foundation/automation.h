@@ -5,6 +5,7 @@
 #include <oleauto.h>
 
 #include <new>
+#include <string>
 #include <string_view>
 
 #include "foundation/unique_resource.h"
@@ -32,6 +33,10 @@ inline unique_bstr make_bstr(std::wstring_view text) {
 // The characters of a BSTR; a null one reads as empty.
 inline std::wstring_view bstr_view(BSTR text) noexcept {
     return text ? std::wstring_view(text, ::SysStringLen(text)) : std::wstring_view();
+}
+
+inline std::wstring bstr_text(BSTR text) {
+    return std::wstring(bstr_view(text));
 }
 
 class unique_variant {
