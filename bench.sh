@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Measures: ./bench.sh NAME runs one table (bench/NAME_bench.cpp), ./bench.sh all of them. The figures are also in
+# build/bench/NAME.json. What is compared runs in one process, in turn; read the ratios, not the seconds.
+set -euo pipefail
+cd "$(dirname "$0")"
+source scripts/env.sh
+scripts/setup.sh libspdlog-dev libfmt-dev
+mkdir -p build/deps/bench build/bench
+for library in spdlog fmt; do
+    ln -sfn "/usr/include/$library" "build/deps/bench/$library"
+done
+
+if [ $# -gt 0 ]; then
+    names=("$@")
+else
+    names=()
+    for file in bench/*_bench.cpp; do
+        file=${file##*/}
+        names+=("${file%_bench.cpp}")
+    done
+fi
+[ -e build/release/build.ninja ] || cmake --preset release >/dev/null
+cmake --build --preset release --target "${names[@]/%/_bench}"
+wine_session
+for name in "${names[@]}"; do
+    echo "== $name"
+    "$WINE" "build/release/bin/${name}_bench.exe" "build/bench/$name.json"
+done
