@@ -2,9 +2,6 @@
 #   korva_com_idl   header KorvaProxyClient.h and the identifiers (IID_..., CLSID_..., LIBID_...)
 #   KORVA_TYPELIB   the type library's file, beside the programs
 
-find_program(KORVA_WIDL x86_64-w64-mingw32-widl REQUIRED)
-find_path(KORVA_SYSTEM_IDL oaidl.idl PATHS /usr/include/wine/wine/windows /usr/include/wine/windows
-          REQUIRED NO_CMAKE_FIND_ROOT_PATH)
 find_path(KORVA_SYSTEM_TYPELIBS stdole2.tlb PATHS /usr/lib/x86_64-linux-gnu/wine/x86_64-windows /usr/lib/wine/x86_64-windows
           REQUIRED NO_CMAKE_FIND_ROOT_PATH)
 

@@ -1,0 +1,21 @@
+#include "com/class_table.h"
+
+#include <array>
+
+#include "KorvaProxyClient.h"
+#include "com/class_factory.h"
+
+namespace com {
+namespace {
+
+// Consoles look the ProgIDs up, cut short as some of them are: never mend one.
+//
+// To add a class: write CCoX over impl::CX (com_object.h shows how), include its header above and add its row here. Its
+// registration, factory and unregistration follow from the row; its interface and coclass stand in the type library already.
+const std::array<class_entry, 0> table{};
+
+}  // namespace
+
+std::span<const class_entry> class_table() noexcept { return table; }
+
+}  // namespace com

@@ -1,0 +1,22 @@
+#include <windows.h>
+
+#include <objbase.h>
+
+#include "com/class_factory.h"
+#include "com/module.h"
+#include "com/registration.h"
+#include "com/type_library.h"
+
+STDAPI DllCanUnloadNow() { return com::module::in_use() ? S_FALSE : S_OK; }
+
+STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, void** result) { return com::get_class_object(clsid, iid, result); }
+
+STDAPI DllRegisterServer() { return com::register_server(); }
+
+STDAPI DllUnregisterServer() { return com::unregister_server(); }
+
+BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void* process_ends) {
+    if (reason == DLL_PROCESS_DETACH && !process_ends)
+        com::type_library::release();
+    return TRUE;
+}
