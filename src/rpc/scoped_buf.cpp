@@ -4,6 +4,8 @@
 #include <rpcndr.h>
 #include <windows.h>
 
+#include <cstdint>
+#include <cstring>
 #include <cwchar>
 
 #include "logging/write.h"
@@ -18,12 +20,20 @@ void free_rpc_buffer(void* block) noexcept {
         logging::warning("A buffer of a remote reply cannot be freed. Status: [%1].", text::hex8(status));
 }
 
-// The stubs' allocator is the process heap (idl/midl_user.c).
+// The stubs' allocator is the process heap (idl/midl_user.c). The runtime asks it for more than the data: it puts a node of its
+// own, which begins with a signature, at the end of each block. Data is rounded up to 8 bytes in front of it.
 std::size_t rpc_buffer_size(const void* block) noexcept {
+    constexpr std::size_t node_size = 24;
+    constexpr std::uint32_t node_signature = 'M' << 24 | 'E' << 16 | 'M' << 8 | 'L';
     if (!block)
         return 0;
     const SIZE_T size = ::HeapSize(::GetProcessHeap(), 0, block);
-    return size == static_cast<SIZE_T>(-1) ? 0 : size;
+    if (size == static_cast<SIZE_T>(-1))
+        return 0;
+    std::uint32_t signature = 0;
+    if (size >= node_size)
+        std::memcpy(&signature, static_cast<const char*>(block) + size - node_size, sizeof signature);
+    return signature == node_signature ? size - node_size : size;
 }
 
 std::wstring text_of(const wchar_t* rpc_string) {

@@ -9,7 +9,8 @@ namespace win::rpc {
 // Gives a block back to the RPC allocator (MIDL_user_free). A failure inside it is logged, never thrown.
 void free_rpc_buffer(void* block) noexcept;
 
-// Bytes that a block of the RPC allocator holds; 0 for null. What a reply says about its own sizes is checked against this.
+// Bytes of data that a block of the RPC allocator has room for, at most 7 more than it was made for; 0 for null. What a reply
+// says about its own sizes is checked against this.
 std::size_t rpc_buffer_size(const void* block) noexcept;
 
 // A copy of a string in RPC memory, which is never read beyond its block; empty for null.
