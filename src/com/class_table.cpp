@@ -1,9 +1,8 @@
 #include "com/class_table.h"
 
-#include <array>
-
 #include "KorvaProxyClient.h"
 #include "com/class_factory.h"
+#include "com/co_korva_hv_integrator.h"
 
 namespace com {
 namespace {
@@ -12,7 +11,10 @@ namespace {
 //
 // To add a class: write CCoX over impl::CX (com_object.h shows how), include its header above and add its row here. Its
 // registration, factory and unregistration follow from the row; its interface and coclass stand in the type library already.
-const std::array<class_entry, 0> table{};
+const class_entry table[] = {
+    {CLSID_KorvaHvIntegrator, L"KorvaProxyClientDll.CoKorvaHvIntegrat.1", L"KorvaProxyClientDll.KorvaHvIntegrator",
+     L"KorvaHvIntegrator Class", create_instance<CCoKorvaHvIntegrator>},
+};
 
 }  // namespace
 
