@@ -1,0 +1,50 @@
+#pragma once
+
+#include <windows.h>
+
+#include <functional>
+#include <memory>
+
+#include "foundation/handles.h"
+
+namespace win {
+
+struct impersonation_functions_t {
+    std::function<decltype(::ImpersonateLoggedOnUser)> impersonate = ::ImpersonateLoggedOnUser;
+    std::function<decltype(::RevertToSelf)> revert = ::RevertToSelf;
+};
+
+// Holds the token of a logged-on user, or none.
+class CImpersonator {
+public:
+    CImpersonator() = default;
+    explicit CImpersonator(unique_handle token) : token_(std::move(token)) {}
+
+    bool has_token() const noexcept { return static_cast<bool>(token_); }
+    HANDLE token() const noexcept { return token_.get(); }
+
+private:
+    unique_handle token_;
+};
+
+// The calling thread acts as the impersonator's user while this lives. It must end on the thread that began it. Sessions do not
+// nest: the end of one reverts the thread to the process's own identity.
+class win_impersonation_session_t {
+public:
+    explicit win_impersonation_session_t(const CImpersonator& impersonator, impersonation_functions_t functions = {});
+    ~win_impersonation_session_t();
+    win_impersonation_session_t(const win_impersonation_session_t&) = delete;
+    win_impersonation_session_t& operator=(const win_impersonation_session_t&) = delete;
+
+private:
+    impersonation_functions_t functions_;
+};
+
+// What the thread acts as: the token of its session or of its innermost impersonated file operation; null for the process's own
+// identity.
+HANDLE current_impersonation() noexcept;
+
+// Changes what the thread acts as; null reverts it. Throws exc::win_sys_exc_t.
+void impersonate(HANDLE token, const impersonation_functions_t& functions);
+
+}  // namespace win

@@ -1,0 +1,118 @@
+#include <gmock/gmock.h>
+
+#include <thread>
+
+#include "deploy/impersonation_tokens.h"
+#include "foundation/system_text.h"
+#include "logging/memory_receiver.h"
+#include "tests/deploy/played_host.h"
+#include "tests/deploy/thrown.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+std::shared_ptr<const win::CImpersonator> a_user() {
+    return std::make_shared<win::CImpersonator>(win::unique_handle(::CreateEventW(nullptr, FALSE, FALSE, nullptr)));
+}
+
+struct Impersonation : testing::Test {
+    played::host_t host;
+    win::impersonation_functions_t functions = host.platform().impersonation;
+    logging::captured_log_t log;
+
+    void TearDown() override {
+        EXPECT_EQ(host.left_open(), "");
+        EXPECT_FALSE(win::win_impersonation_counter_t::of_thread().inside());
+        EXPECT_EQ(win::current_impersonation(), nullptr);
+    }
+};
+
+TEST_F(Impersonation, ASessionCoversItsScope) {
+    const auto user = a_user();
+    {
+        const win::win_impersonation_session_t session(*user, functions);
+        EXPECT_EQ(host.acting_as, user->token());
+    }
+    EXPECT_THAT(host.calls, ElementsAre("ImpersonateLoggedOnUser()", "RevertToSelf()"));
+}
+
+TEST_F(Impersonation, ASessionNeedsATokenAndMayFail) {
+    EXPECT_THAT(thrown([&] { win::win_impersonation_session_t(win::CImpersonator(), functions); }),
+                ElementsAre("User credentials not specified or logon error"));
+    EXPECT_THAT(host.calls, IsEmpty());
+    host.fail("ImpersonateLoggedOnUser", ERROR_INVALID_HANDLE);
+    EXPECT_THAT(thrown([&] { win::win_impersonation_session_t(*a_user(), functions); }),
+                ElementsAre(exc::system_error_text(ERROR_INVALID_HANDLE), "Failed to impersonate logged on user"));
+    EXPECT_EQ(host.count("RevertToSelf"), 0) << "what was not begun is not ended";
+}
+
+TEST_F(Impersonation, AFileOperationUsesTheTokenOfItsShare) {
+    const auto user = a_user();
+    const win::registered_share_t registered(L"\\\\host\\ADMIN$", user);
+    {
+        const win::file_operation_t operation(L"\\\\HOST\\admin$\\Korva\\x", functions);
+        EXPECT_EQ(host.acting_as, user->token());
+        EXPECT_EQ(win::win_impersonation_counter_t::of_thread().count(), 1u);
+    }
+    EXPECT_EQ(host.acting_as, nullptr);
+    EXPECT_THAT(log.texts(), ElementsAre("Found impersonation token for share [\\\\HOST\\admin$].",
+                                         "File operations for path '\\\\HOST\\admin$\\Korva\\x' will be performed under "
+                                         "impersonation context."));
+    log.clear();
+    for (const wchar_t* other : {L"\\\\host\\C$\\x", L"\\\\other\\ADMIN$\\x", L"C:\\x", L"\\\\host\\ADMIN$2", L""}) {
+        const win::file_operation_t operation(other, functions);
+        EXPECT_EQ(host.acting_as, nullptr) << testing::PrintToString(other);
+    }
+    EXPECT_THAT(log.texts(), IsEmpty());
+}
+
+TEST_F(Impersonation, AnOperationInsideASessionOrAnotherOperationLeavesTheOuterOneInForce) {
+    const auto first = a_user();
+    const auto second = a_user();
+    const win::registered_share_t one(L"\\\\one\\share", first);
+    const win::registered_share_t two(L"\\\\two\\share", second);
+    {
+        const win::win_impersonation_session_t session(*first, functions);
+        {
+            const win::file_operation_t same(L"\\\\one\\share\\x", functions);
+            EXPECT_EQ(host.count("ImpersonateLoggedOnUser"), 1) << "the thread acts as that user already";
+            {
+                const win::file_operation_t other(L"\\\\two\\share\\x", functions);
+                EXPECT_EQ(host.acting_as, second->token());
+                EXPECT_EQ(win::win_impersonation_counter_t::of_thread().count(), 2u);
+            }
+            EXPECT_EQ(host.acting_as, first->token());
+        }
+        EXPECT_EQ(host.acting_as, first->token());
+        EXPECT_EQ(host.count("RevertToSelf"), 0);
+    }
+    EXPECT_EQ(host.acting_as, nullptr);
+}
+
+TEST_F(Impersonation, EachThreadSeesItsOwnRegistrationOfAShareAndElseTheNewest) {
+    const std::wstring share = L"\\\\host\\ADMIN$";
+    const auto mine = a_user();
+    const auto theirs = a_user();
+    const auto found = [&] { return win::impersonation_tokens().find(share + L"\\x"); };
+    {
+        const win::registered_share_t registered(share, mine);
+        std::thread([&] {
+            EXPECT_EQ(found(), mine);
+            const win::registered_share_t own(share, theirs);
+            EXPECT_EQ(found(), theirs);
+            std::thread([&] { EXPECT_EQ(found(), theirs); }).join();
+        }).join();
+        EXPECT_EQ(found(), mine);
+    }
+    EXPECT_EQ(found(), nullptr);
+}
+
+TEST_F(Impersonation, AnOperationThatCannotImpersonateFailsAndIsNotCounted) {
+    const win::registered_share_t registered(L"\\\\host\\ADMIN$", a_user());
+    host.fail("ImpersonateLoggedOnUser", ERROR_INVALID_HANDLE);
+    EXPECT_EQ(thrown_code([&] { win::file_operation_t(L"\\\\host\\ADMIN$\\x", functions); }), DWORD{ERROR_INVALID_HANDLE});
+}
+
+}  // namespace

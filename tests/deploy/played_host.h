@@ -1,0 +1,95 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "deploy/deployer_platform.h"
+
+namespace played {
+
+struct name_less_t {
+    bool operator()(const std::wstring& left, const std::wstring& right) const {
+        return ::_wcsicmp(left.c_str(), right.c_str()) < 0;
+    }
+};
+
+// A host in memory behind the deployer's platform functions: its service, its share, its files, who the thread acts as. Every
+// call is recorded with its arguments and can be made to fail; what is open is counted.
+class host_t {
+public:
+    host_t();
+    host_t(const host_t&) = delete;
+    host_t& operator=(const host_t&) = delete;
+
+    impl::deployer_platform_t platform();
+
+    // The call of this name (its n-th, or every one for 0) fails with the code.
+    void fail(const std::string& call, DWORD code, int nth = 1) { failures_[call] = {code, nth}; }
+    void recover() {
+        failures_.clear();
+        counts_.clear();
+        calls.clear();
+        waits.clear();
+    }
+
+    // Handles, buffers, searches, share connections and the impersonation that were not given back; empty when all were.
+    std::string left_open() const;
+
+    int count(const std::string& call) const {
+        const auto found = counts_.find(call);
+        return found == counts_.end() ? 0 : found->second;
+    }
+    // The recorded call of this name, "" where there was none.
+    std::string call(const std::string& name) const;
+
+    bool has(const std::wstring& path) const { return files.contains(path); }
+    void add_file(const std::wstring& path, DWORD attributes = FILE_ATTRIBUTE_ARCHIVE) { files[path] = attributes; }
+    void add_folder(const std::wstring& path) { files[path] = FILE_ATTRIBUTE_DIRECTORY; }
+    void install(const std::string& command_line, DWORD state);
+
+    // The model.
+    std::wstring share_path = L"C:\\Windows";
+    bool service_exists = false;
+    DWORD service_state = SERVICE_STOPPED;
+    int polls_until_state = 1;  // how many looks it takes until a start or a stop is seen
+    std::string service_command_line;
+    std::map<std::wstring, DWORD, name_less_t> files;  // through the share and local: attributes
+    std::vector<std::wstring> connections;             // what the enumeration shows
+    std::set<std::wstring> connected;                  // by this process, not closed yet
+    HANDLE acting_as = nullptr;
+
+    std::vector<std::string> calls;
+    std::vector<std::uint32_t> waits;
+
+private:
+    struct failure_t {
+        DWORD code;
+        int nth;
+    };
+
+    DWORD enter(const std::string& name, const std::string& arguments);
+    void add_service_functions(win::service_functions_t& functions);
+    void add_file_functions(win::file_functions_t& functions);
+    void add_network_functions(win::network_functions_t& functions);
+    SC_HANDLE new_handle() { return reinterpret_cast<SC_HANDLE>(static_cast<std::uintptr_t>(0x1000 + ++open_handles_)); }
+    BOOL close_handle();
+
+    std::map<std::string, failure_t> failures_;
+    std::map<std::string, int> counts_;
+    int open_handles_ = 0;
+    int open_searches_ = 0;
+    int open_enumerations_ = 0;
+    int open_buffers_ = 0;
+    std::vector<std::wstring> found_;
+    std::size_t next_found_ = 0;
+    std::size_t next_connection_ = 0;
+    int polls_ = 0;
+    DWORD target_state_ = SERVICE_STOPPED;
+    bool marked_for_deletion_ = false;
+};
+
+}  // namespace played
