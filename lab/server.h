@@ -1,0 +1,37 @@
+#pragma once
+
+#include <vector>
+
+namespace lab {
+
+struct server_options {
+    // TCP ports to listen on, all with the same interfaces; 0 is any port that is free.
+    std::vector<unsigned> ports = {0};
+    bool deployment = true;
+    bool integration = true;
+    bool invoker = true;
+};
+
+// The three services on this process's RPC runtime: serving once constructed, stopped by the destructor. One at a time: the
+// runtime's server is the process's. A port that was served stays bound to the process (the runtime cannot give it back).
+class server {
+public:
+    // Throws exc::win_sys_exc_t, for a port that is taken with code 1740 (duplicate endpoint).
+    explicit server(const server_options& options = {});
+    ~server();
+    server(const server&) = delete;
+    server& operator=(const server&) = delete;
+
+    unsigned port() const { return ports_.front(); }
+    // In the order of the options.
+    const std::vector<unsigned>& ports() const { return ports_; }
+
+private:
+    void register_interfaces(const server_options& options);
+    void stop() noexcept;
+
+    std::vector<void*> interfaces_;
+    std::vector<unsigned> ports_;
+};
+
+}  // namespace lab

@@ -1,0 +1,105 @@
+#include <gmock/gmock.h>
+
+#include <array>
+#include <memory>
+
+#include "foundation/errors.h"
+#include "lab/failures.h"
+#include "lab/host_model.h"
+#include "lab/request_log.h"
+#include "lab/server.h"
+#include "rpc/client.h"
+#include "rpc/commands/deployment.h"
+#include "rpc/commands/hv_restore.h"
+#include "rpc/commands/hv_snapshots.h"
+#include "rpc/commands/invoker.h"
+#include "stubs/deployment.h"
+#include "stubs/hv_integration.h"
+#include "stubs/invoker.h"
+
+namespace {
+
+using namespace win::rpc;
+using ::testing::ElementsAre;
+
+class Lab : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { server_ = std::make_unique<lab::server>(); }
+    static void TearDownTestSuite() { server_.reset(); }
+    void SetUp() override {
+        lab::reset();
+        lab::requests().take();
+        for (CRpcClientBase* client : {&invoker_, &integration_, &deployment_}) {
+            client->SetEndpoint(L"127.0.0.1", server_->port());
+            client->SetAccount(L".", L"operator", L"secret");  // Wine's NTLM knows no logon of the caller's own
+        }
+    }
+
+    static std::string failure_of(CRpcClientBase& client, IRpcMethod& command) {
+        try {
+            client.Call(command);
+        } catch (const exc::runtime_exc_t& error) {
+            return error.what();
+        }
+        return "(no failure)";
+    }
+    std::wstring do_rpc(std::wstring command, std::wstring input) {
+        CDoRpcMethod call(std::move(command), std::move(input));
+        invoker_.Call(call);
+        return call.output_xml();
+    }
+
+    inline static std::unique_ptr<lab::server> server_;
+    CRpcClientBase invoker_{KorvaInvoker_v1_0_c_ifspec, L"KorvaRpcInvoker"};
+    CRpcClientBase integration_{KorvaHvIntegration_v1_0_c_ifspec, L"KorvaHvIntegSvc"};
+    CRpcClientBase deployment_{KorvaDeployment_v1_0_c_ifspec, L"KorvaDeploymentSvc"};
+};
+
+TEST_F(Lab, EchoesACommandAndItsXml) {
+    EXPECT_EQ(do_rpc(L"Get<\"Host\">", L"<Host name=\"gr\u00fcn\"/>"),
+              L"<LabReply Command=\"Get&lt;&quot;Host&quot;&gt;\"><Host name=\"gr\u00fcn\"/></LabReply>");
+    EXPECT_THAT(lab::requests().take(),
+                ElementsAre("DoRpc command=\"Get<\\\"Host\\\">\" input_xml=\"<Host name=\\\"gr\xc3\xbcn\\\"/>\""));
+}
+
+TEST_F(Lab, DoublesAByteBlock) {
+    const std::array<unsigned char, 3> bytes = {0, 255, 7};
+    CDoRpcWithBinaryMethod call(L"Put", L"<A/>", bytes);
+    invoker_.Call(call);
+    EXPECT_EQ(call.output_xml(), L"<LabReply Command=\"Put\"><A/></LabReply>");
+    EXPECT_THAT(call.output_data(), ElementsAre(0, 255, 7, 0, 255, 7));
+
+    CDoRpcWithBinaryMethod empty(L"Put", L"", {});
+    invoker_.Call(empty);
+    EXPECT_TRUE(empty.output_data().empty());
+    EXPECT_THAT(lab::requests().take(), ElementsAre("DoRpcWithBinary command=\"Put\" input_xml=\"<A/>\" data=<3 bytes>",
+                                                    "DoRpcWithBinary command=\"Put\" input_xml=\"\" data=<0 bytes>"));
+}
+
+TEST_F(Lab, FailsOnDemandUntilToldOtherwise) {
+    CDoRpcMethod fail(L"Lab.Fail", L"The tape is full.");
+    EXPECT_EQ(failure_of(invoker_, fail), "The tape is full.");
+
+    CHvTestConnectionMethod test;
+    do_rpc(L"Lab.SetFailure", L"HvTestConnection=Not today = not at all.");
+    EXPECT_EQ(failure_of(integration_, test), "Not today = not at all.");
+    do_rpc(L"Lab.SetFailure", L"HvTestConnection=");
+    EXPECT_EQ(failure_of(integration_, test), "(no failure)");
+
+    do_rpc(L"Lab.SetFailure", L"HvTestConnection=Again.");
+    do_rpc(L"Lab.Reset", L"");
+    EXPECT_EQ(failure_of(integration_, test), "(no failure)");
+    CDoRpcMethod malformed(L"Lab.SetFailure", L"HvTestConnection");
+    EXPECT_EQ(failure_of(invoker_, malformed), "A failure is written PROCEDURE=TEXT, not 'HvTestConnection'.");
+}
+
+TEST_F(Lab, ServesAllThreeInterfacesOnOnePort) {
+    CInvokerTestConnectionMethod test(L"6.0");
+    CGetSvcVersionMethod version(true);
+    EXPECT_EQ(failure_of(invoker_, test), "(no failure)");
+    EXPECT_EQ(failure_of(deployment_, version), "(no failure)");
+    EXPECT_EQ(version.version(), 6);
+    EXPECT_THAT(lab::requests().take(), ElementsAre("InvokerTestConnection version=\"6.0\"", "GetSvcVersion"));
+}
+
+}  // namespace
