@@ -1,0 +1,76 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "vdisk/reparse_data.h"
+#include "vdisk/reparse_index.h"
+
+// A volume that exists only behind the updater's table of platform functions: a reparse index, its points with their data, and
+// failures on demand. It refuses, as a file system would, every call whose parameters are not exactly those that the platform
+// needs. One at a time: the functions are plain ones.
+class model_volume_t {
+public:
+    struct point_t {
+        std::uint32_t tag = 0;
+        impl::vdmount::bytes_t data{};
+        bool directory = true;
+        std::uint32_t open_status = 0;
+        DWORD read_error = 0;
+        DWORD delete_error = 0;
+        DWORD information_error = 0;
+        DWORD set_error = 0;
+
+        // What became of it.
+        bool deleted = false;
+        impl::vdmount::bytes_t set{};
+    };
+
+    model_volume_t();
+    ~model_volume_t();
+
+    impl::vdmount::volume_functions_t functions() const;
+
+    std::wstring path = L"E:\\Mnt\\C\\";  // the one directory that is there
+    std::vector<point_t> points;          // file references count from first_reference
+    DWORD root_error = 0;
+    std::uint32_t index_status = 0;
+    std::map<std::size_t, std::uint32_t> query_status;  // by pass, from 0
+    std::uint32_t end_status = 0x80000006;              // of a pass that finds nothing more
+    DWORD privilege_error = 0;
+    std::string missing_function;
+
+    static constexpr std::int64_t first_reference = 0x0005000000000100;
+
+    // The index and where its points are; a benchmark plays a volume that is in no memory.
+    std::function<std::size_t()> index_size = [this] { return points.size(); };
+    std::function<std::uint32_t(std::size_t)> tag_of = [this](std::size_t i) { return points[i].tag; };
+    std::function<point_t&(std::size_t)> point_at = [this](std::size_t i) -> point_t& { return points.at(i); };
+
+    // What happened.
+    std::size_t opens = 0;  // of the root
+    std::size_t passes = 0;
+    std::vector<std::size_t> opened_points;
+    bool privilege_held = false;
+
+    // Handles that were given out and are still open.
+    std::size_t open_handles() const;
+
+private:
+    friend struct model_calls;
+    HANDLE give_handle();
+
+    win::unique_handle object_;
+    HANDLE root_ = nullptr;
+    HANDLE index_ = nullptr;
+    HANDLE point_handle_ = nullptr;
+    point_t* point_ = nullptr;
+    std::size_t next_entry_ = 0;
+};
+
+// The data of a junction or a symbolic link as the platform writes it.
+impl::vdmount::bytes_t junction_data(std::wstring_view target);
+impl::vdmount::bytes_t link_data(std::wstring_view target, bool relative = false);

@@ -1,0 +1,161 @@
+#include "vdisk/reparse_point.h"
+
+#include <gmock/gmock.h>
+
+#include "logging/memory_receiver.h"
+#include "tests/vdisk/model_volume.h"
+#include "vdisk/reparse_updater.h"
+
+using namespace impl::vdmount;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace {
+
+using point_t = model_volume_t::point_t;
+
+point_t junction(std::wstring_view target) { return {.tag = tag_mount_point, .data = junction_data(target)}; }
+
+point_t link(std::wstring_view target, bool directory = true) {
+    return {.tag = tag_symbolic_link, .data = link_data(target), .directory = directory};
+}
+
+point_t relative_link(std::wstring_view target) { return {.tag = tag_symbolic_link, .data = link_data(target, true)}; }
+
+point_t raw(std::uint32_t tag, std::size_t size) {
+    bytes_t data(size, 0x5A);
+    std::copy_n(reinterpret_cast<const std::uint8_t*>(&tag), sizeof tag, data.begin());
+    return {.tag = tag, .data = data};
+}
+
+point_t failing(DWORD point_t::*step, point_t point = junction(L"\\??\\C:\\Data")) {
+    point.*step = ERROR_ACCESS_DENIED;
+    return point;
+}
+
+const std::wstring volume_device = L"\\??\\volume{01234567-89ab-cdef-0123-456789abcdef}";
+const device_map_t devices = {{L"\\??\\c:", L"\\??\\E:\\Mnt\\C"}, {volume_device, L"\\??\\E:\\Mnt\\V"}};
+
+struct result_t {
+    bool deleted;
+    bytes_t set;
+    std::vector<std::string> log;
+};
+
+// Updates a volume of this one point.
+result_t update(const point_t& point, bool may_link) {
+    model_volume_t model;
+    model.points = {point};
+    const auto functions = model.functions();
+    model.privilege_error = may_link ? 0 : ERROR_NOT_ALL_ASSIGNED;
+    const logging::captured_log_t log;
+    update_volume(volume_context_t(model.path, functions), devices, 1);
+    EXPECT_EQ(model.open_handles(), 0u);
+    return {model.points[0].deleted, model.points[0].set, log.texts()};
+}
+
+constexpr const char* succeeded = "Update of reparse points is complete. Succeeded: '1'. Failed: '0'. Total: '1'.";
+constexpr const char* failed = "Update of reparse points is complete. Succeeded: '0'. Failed: '1'. Total: '1'.";
+
+TEST(ReparsePoint, FollowsItsDeviceToWhereItIsMounted) {
+    struct row_t {
+        const char* what;
+        point_t point;
+        bool may_link;
+        const reparse_layout_t& becomes;
+        std::wstring target;
+    };
+    const row_t rows[] = {
+        {"a drive", junction(L"\\??\\C:\\Data"), true, mount_point_layout, L"\\??\\E:\\Mnt\\C\\Data"},
+        {"a drive in another case", junction(L"\\??\\c:\\"), false, mount_point_layout, L"\\??\\E:\\Mnt\\C\\"},
+        {"a volume", junction(L"\\??\\Volume{01234567-89AB-CDEF-0123-456789ABCDEF}\\a\\b"), true, mount_point_layout,
+         L"\\??\\E:\\Mnt\\V\\a\\b"},
+        {"a link to a file stays a link", link(L"\\??\\C:\\f", false), true, symbolic_link_layout, L"\\??\\E:\\Mnt\\C\\f"},
+        {"a link to a directory stays a link", link(L"\\??\\C:\\d"), true, symbolic_link_layout, L"\\??\\E:\\Mnt\\C\\d"},
+        {"without the privilege it becomes a junction", link(L"\\??\\C:\\d"), false, mount_point_layout,
+         L"\\??\\E:\\Mnt\\C\\d"},
+        {"data of several buffers", junction(L"\\??\\C:\\" + std::wstring(4000, L'x')), true, mount_point_layout,
+         L"\\??\\E:\\Mnt\\C\\" + std::wstring(4000, L'x')},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        const auto result = update(row.point, row.may_link);
+        EXPECT_TRUE(result.deleted);
+        EXPECT_EQ(result.set, set_request(row.becomes, row.target));
+        EXPECT_THAT(result.log, Contains(succeeded));
+    }
+}
+
+TEST(ReparsePoint, WithoutATargetHereItIsDeletedAndCountsAsSucceeded) {
+    struct row_t {
+        const char* what;
+        point_t point;
+        bool may_link;
+        bool deleted;
+        const char* line;
+    };
+    const row_t rows[] = {
+        {"a relative link alone stays", relative_link(L"..\\x"), true, false, "Skipping relative symbolic link."},
+        {"a link to a file without the privilege", link(L"\\??\\C:\\f", false), false, true, succeeded},
+        {"no such device", junction(L"\\??\\D:\\x"), true, true,
+         "Unable to find matching device for substitute path '\\??\\D:\\x'."},
+        {"no device", junction(L"\\??\\UNC\\server\\share"), true, true,
+         "Skipping reparse point with substitute path '\\??\\UNC\\server\\share'."},
+        {"another tag of Microsoft's", raw(0x80000017, 24), true, true, succeeded},
+        {"a tag with a GUID", raw(0x00001234, 9000), true, true, succeeded},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        const auto result = update(row.point, row.may_link);
+        EXPECT_EQ(result.deleted, row.deleted);
+        EXPECT_TRUE(result.set.empty());
+        EXPECT_THAT(result.log, Contains(row.line));
+        EXPECT_THAT(result.log, Contains(succeeded));
+    }
+}
+
+TEST(ReparsePoint, AFailureIsLoggedWithItsTextAndCounted) {
+    point_t endless = failing(&point_t::read_error);
+    endless.read_error = ERROR_MORE_DATA;
+    point_t unopened = junction(L"");
+    unopened.open_status = 0xC0000043;
+    struct row_t {
+        const char* what;
+        point_t point;
+        bool may_link;
+        bool deleted;
+        const char* text;
+    };
+    const row_t rows[] = {
+        {"cannot be opened", unopened, true, false, "Failed to open reparse point."},
+        {"cannot be read", failing(&point_t::read_error), true, false, "Failed to retrieve reparse point data."},
+        {"asks for more room for ever", endless, true, false, "Failed to retrieve reparse point data."},
+        {"shorter than any head", raw(tag_mount_point, 23), true, false,
+         "Unable to update reparse point: returned size is less than size of header '23'."},
+        {"cannot be deleted", failing(&point_t::delete_error), true, false, "Failed to delete reparse point."},
+        {"attributes cannot be read", failing(&point_t::information_error, link(L"\\??\\C:\\d")), false, true,
+         "Failed to get file information by handle for symbolic reparse point."},
+        {"cannot be set", failing(&point_t::set_error), true, true, "Failed to set reparse point."},
+        {"a name too short", junction(L"\\??\\"), true, true, "Unexpected substitute path format: '\\??\\'."},
+        {"a name of another kind", junction(L"C:\\Data"), true, true, "Unexpected substitute path format: 'C:\\Data'."},
+        {"a relative link without the privilege", relative_link(L"..\\dir"), false, true,
+         "Unexpected substitute path format: '..\\dir'."},
+        {"a name outside the data", raw(tag_mount_point, 40), true, true,
+         "Reparse point data of 40 bytes lacks 23130 bytes at offset 23146."},
+        {"a target too long", junction(L"\\??\\C:\\" + std::wstring(16370, L'x')), true, true,
+         "Target of a reparse point is too long: "},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        const auto result = update(row.point, row.may_link);
+        EXPECT_EQ(result.deleted, row.deleted);
+        EXPECT_TRUE(result.set.empty());
+        EXPECT_THAT(result.log,
+                    Contains(HasSubstr("Failed to update reparse point (id: '1407374883553536', type: '0xA000000")));
+        EXPECT_THAT(result.log, Contains(HasSubstr(row.text)));
+        EXPECT_THAT(result.log, Contains(failed));
+    }
+}
+
+}  // namespace

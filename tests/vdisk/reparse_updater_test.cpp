@@ -1,0 +1,154 @@
+#include "vdisk/reparse_updater.h"
+
+#include <gmock/gmock.h>
+
+#include "foundation/errors.h"
+#include "logging/memory_receiver.h"
+#include "tests/vdisk/com_apartment.h"
+#include "tests/vdisk/model_volume.h"
+
+using namespace impl::vdmount;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+const device_map_t devices = {{L"\\??\\c:", L"\\??\\E:\\Mnt\\C"}};
+const model_volume_t::point_t junction{.tag = tag_mount_point, .data = junction_data(L"\\??\\C:\\Data")};
+const model_volume_t::point_t link{.tag = tag_symbolic_link, .data = link_data(L"\\??\\C:\\f")};
+const model_volume_t::point_t deduplicated{.tag = tag_deduplication, .data = bytes_t(100)};
+const model_volume_t::point_t other{.tag = 0x80000017, .data = bytes_t(100)};
+
+struct ReparseVolume : testing::Test {
+    void update(std::uint32_t max_count) {
+        const auto functions = model.functions();
+        update_volume(volume_context_t(L"E:\\Mnt\\C", functions), devices, max_count);
+    }
+    void expect_failure(const std::string& text) {
+        try {
+            update(10);
+            ADD_FAILURE() << "no error: " << text;
+        } catch (const std::exception& error) {
+            EXPECT_THAT(error.what(), HasSubstr(text));
+        }
+    }
+    ~ReparseVolume() override { EXPECT_EQ(model.open_handles(), 0u); }
+
+    model_volume_t model;
+    logging::captured_log_t log;
+};
+
+TEST_F(ReparseVolume, ALimitOfNoneOpensNothing) {
+    model.points = {junction};
+    update(0);
+    EXPECT_EQ(model.opens, 0u);
+    EXPECT_THAT(log.texts(), ElementsAre("Processing symbolic links disabled by user maxCount == 0."));
+}
+
+TEST_F(ReparseVolume, WithinTheLimitAllButDeduplicatedFilesAreProcessed) {
+    model.points = {junction, deduplicated, other, link};
+    update(4);
+    EXPECT_THAT(model.opened_points, ElementsAre(0, 2, 3));
+    EXPECT_TRUE(model.privilege_held);
+    EXPECT_THAT(log.texts(), ElementsAre("Update of reparse points is complete. Succeeded: '3'. Failed: '0'. Total: '4'."));
+}
+
+TEST_F(ReparseVolume, BeyondTheLimitLinksAloneAreProcessed) {
+    model.points = {other, other, other, junction, other, deduplicated, link, other, other, other};
+    update(5);
+    EXPECT_THAT(model.opened_points, ElementsAre(3, 6));
+    EXPECT_THAT(log.texts(), ElementsAre("WARN|Count of existing reparse points ('10') is greater than specified limits ('5'). "
+                                         "Processing only symbolic links.",
+                                         "Update of reparse points is complete. Succeeded: '2'. Failed: '0'. Total: '10'."));
+}
+
+TEST_F(ReparseVolume, APointThatFailsIsCountedAndTheNextGoesOn) {
+    model.points = {junction, junction, junction};
+    model.points[1].open_status = 0xC0000022;
+    update(10);
+    EXPECT_THAT(log.texts(), ElementsAre("ERR |Failed to update reparse point (id: '1407374883553537', type: '0xA0000003').",
+                                         ">>  |NT status code: 0xC0000022", testing::_, ">>  |Failed to open reparse point.",
+                                         "Update of reparse points is complete. Succeeded: '2'. Failed: '1'. Total: '3'."));
+}
+
+TEST_F(ReparseVolume, TheIndexIsReadInPassesUntilOneIsShort) {
+    struct row_t {
+        std::size_t entries, passes;
+        std::uint32_t end_status;
+    };
+    for (const auto& row :
+         {row_t{0, 1, 0xC000000F}, row_t{1023, 1, 0x80000006}, row_t{1024, 2, 0x80000006}, row_t{2500, 3, 0}}) {
+        model.points.assign(row.entries, deduplicated);
+        model.end_status = row.end_status;
+        update(5000);
+        EXPECT_EQ(model.passes, row.passes);
+        EXPECT_TRUE(log.holds("Total: '" + std::to_string(row.entries) + "'."));
+    }
+}
+
+TEST_F(ReparseVolume, APrivilegeThatCannotBeTakenIsLoggedByItsNumber) {
+    model.privilege_error = ERROR_NOT_ALL_ASSIGNED;
+    update(10);
+    EXPECT_THAT(log.texts(), testing::Contains("ERR |Failed to acquire privilege '34'."));
+    EXPECT_THAT(log.texts(), testing::Contains(">>  |Refused."));
+}
+
+TEST_F(ReparseVolume, AVolumeThatCannotBeReadFailsWhole) {
+    model.root_error = ERROR_ACCESS_DENIED;
+    expect_failure("Failed to open mounted volume: 'E:\\Mnt\\C\\'.");
+    model.root_error = 0;
+    model.index_status = 0xC0000034;
+    expect_failure("NT status code: 0xC0000034");
+    expect_failure("Failed to open reparse directory object.");
+    model.index_status = 0;
+    model.points.assign(3000, junction);
+    model.query_status[2] = 0xC0000102;
+    expect_failure("Failed to query reparse point information.");
+    expect_failure("NT status code: 0xC0000102");
+    EXPECT_THAT(model.opened_points, IsEmpty()) << "no point is touched before the whole index is read";
+    model.missing_function = "NtQueryDirectoryFile";
+    expect_failure("Failed to find function 'NtQueryDirectoryFile' in ntdll.dll.");
+}
+
+struct ReparseUpdate : ReparseVolume {
+    com_apartment_t apartment;
+};
+
+TEST_F(ReparseUpdate, AVolumeThatFailsDoesNotStopTheNext) {
+    model.points = {junction};
+    update_reparse_points(
+        LR"(<mountedVolumesSpec>
+        <mountedDevice mountPoint="E:\gone"><device name="D:"/></mountedDevice>
+        <mountedDevice mountPoint="E:\file"/>
+        <mountedDevice mountPoint="E:\Mnt\C\"><device name="C:"/><device name="Volume{AB}"/></mountedDevice>
+        </mountedVolumesSpec>)",
+        7, model.functions());
+    EXPECT_THAT(log.texts(), ElementsAre("Device: '\\??\\c:', mount point: '\\??\\E:\\Mnt\\C'.",
+                                         "Device: '\\??\\d:', mount point: '\\??\\E:\\gone'.",
+                                         "Device: '\\??\\volume{ab}', mount point: '\\??\\E:\\Mnt\\C'.",
+                                         "Updating reparse points for  mounted volume 'E:\\gone'.",
+                                         "ERR |  Failed to update reparse points for mounted volume 'E:\\gone'. "
+                                         "Maximum count of points to update: '7'.",
+                                         ">>  |  Path not found.", ">>  |  Mount point 'E:\\gone' does not exist.",
+                                         "Updating reparse points for  mounted volume 'E:\\file'.", testing::_, testing::_,
+                                         ">>  |  Mount point 'E:\\file' is not a directory.",
+                                         "Updating reparse points for  mounted volume 'E:\\Mnt\\C\\'.",
+                                         "  Update of reparse points is complete. Succeeded: '1'. Failed: '0'. Total: '1'."));
+    EXPECT_EQ(model.points[0].set, junction_data(L"\\??\\E:\\Mnt\\C\\Data"));
+}
+
+TEST_F(ReparseUpdate, ASpecificationThatCannotBeReadFailsTheWhole) {
+    try {
+        update_reparse_points(L"<other/>", 7, model.functions());
+        FAIL();
+    } catch (const exc::runtime_exc_t& error) {
+        EXPECT_THAT(error.lines(),
+                    ElementsAre("Failed to update reparse points. Specification: '<other/>'.",
+                                "Failed to de-serialize specification of mounted devices. Specification string: '<other/>'.",
+                                "There is no child node with the specified name 'mountedVolumesSpec'."));
+    }
+    EXPECT_EQ(model.opens, 0u);
+}
+
+}  // namespace
