@@ -42,7 +42,7 @@ std::wstring principal_name(const rpc_functions_t& functions, const std::wstring
 }
 
 bool is_connection_lost(std::uint32_t status) noexcept {
-    return status == RPC_S_INVALID_BINDING || status == RPC_S_SERVER_UNAVAILABLE || status == EPT_S_NOT_REGISTERED;
+    return status == ERROR_INVALID_HANDLE || status == RPC_S_SERVER_UNAVAILABLE || status == EPT_S_NOT_REGISTERED;
 }
 
 bool is_call_failed(std::uint32_t status) noexcept { return status == RPC_S_CALL_FAILED || status == RPC_S_CALL_FAILED_DNE; }
@@ -180,7 +180,7 @@ std::uint32_t CRpcClientBase::call_with_retries(IRpcMethod& command) {
 std::uint32_t CRpcClientBase::attempt(IRpcMethod& command) const {
     const auto bound = bound_.load();
     if (!bound)
-        return RPC_S_INVALID_BINDING;
+        return ERROR_INVALID_HANDLE;
     try {
         command.Execute(bound->handle);
         return RPC_S_OK;

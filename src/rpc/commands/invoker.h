@@ -9,7 +9,7 @@
 // Commands of the generic invoker service.
 namespace win::rpc {
 
-class CDoRpcMethod final : public CRpcMethodBase {
+class CDoRpcMethod : public CRpcMethodBase {
 public:
     CDoRpcMethod(std::wstring command, std::wstring input_xml)
         : CRpcMethodBase(command_of(service_t::invoker, 0)), command_(std::move(command)), input_xml_(std::move(input_xml)) {}
