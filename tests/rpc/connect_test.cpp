@@ -1,0 +1,123 @@
+#include <gmock/gmock.h>
+
+#include "foundation/errors.h"
+#include "foundation/system_text.h"
+#include "logging/memory_receiver.h"
+#include "tests/rpc/played_platform.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+
+class Connect : public ::testing::Test {
+protected:
+    void TearDown() override {
+        client_.reset();
+        EXPECT_EQ(platform_.strings_alive, 0);
+        EXPECT_EQ(platform_.bindings_alive, 0);
+    }
+
+    played_platform_t platform_;
+    std::shared_ptr<win::rpc::CRpcClientBase> client_ = win::rpc::make_integration_client(platform_.table());
+};
+
+TEST_F(Connect, TakesItsStepsInOrder) {
+    logging::captured_log_t log;
+    client_->SetEndpoint(L"host.example", 6190);
+    client_->Connect(false);
+    EXPECT_THAT(platform_.calls,
+                ElementsAre("compose host.example 6190", "bind string binding",
+                            "authenticate 1 as KorvaHvIntegSvc/host.example level 2 service 10 authorisation 0", "resolve 1",
+                            "com timeout 1 0", "option 1 12 3600000"));
+    EXPECT_THAT(log.texts(), ElementsAre("Connecting to RPC port '6190', host 'host.example', service 'KorvaHvIntegSvc', "
+                                         "secure channel: 'false' ."));
+    EXPECT_FALSE(platform_.has_identity) << "no account: the caller's own logon";
+    EXPECT_EQ(client_->host(), L"host.example");
+    EXPECT_EQ(client_->port(), 6190u);
+}
+
+TEST_F(Connect, SecurelyIsPacketPrivacyAndPort0LeavesTheEndpointToTheMapper) {
+    client_->SetEndpoint(L"h", 0);
+    client_->SetRpcTimeout(30);
+    client_->SetAccount(L"dom", L"us\u00e9r", L"secret \u4e16");
+    client_->Connect(true);
+    EXPECT_THAT(platform_.calls, ElementsAre("compose h none", "bind string binding",
+                                             "authenticate 1 as KorvaHvIntegSvc/h level 6 service 10 authorisation 0",
+                                             "resolve 1", "com timeout 1 0", "option 1 12 30000"));
+    ASSERT_TRUE(platform_.has_identity);
+    EXPECT_EQ(platform_.identity_texts, L"us\u00e9r|dom|secret \u4e16");
+    EXPECT_EQ(platform_.identity.Flags, 2u);
+}
+
+TEST_F(Connect, ServiceNamesAreTheServices) {
+    for (const auto& [client, principal] :
+         {std::pair(win::rpc::make_deployment_client(platform_.table()), "KorvaDeploymentSvc/"),
+          std::pair(win::rpc::make_invoker_client(platform_.table()), "KorvaRpcInvoker/")}) {
+        platform_.calls.clear();
+        client->Connect(false);
+        EXPECT_THAT(platform_.calls[2], ::testing::HasSubstr(std::string(" as ") + principal + " level"));
+    }
+}
+
+TEST_F(Connect, AFailureSaysItsStepAndLeavesNoBinding) {
+    struct row_t {
+        const char* function;
+        const char* message;
+    };
+    const row_t rows[] = {
+        {"compose", "Connect failed (RpcStringBindingCompose)"},
+        {"bind", "Connect failed (RpcBindingFromStringBinding)"},
+        {"spn length",
+         "Failed to construct a service principal name (SPN) that identifies a service instance. Computer FQDN: [new]."},
+        {"spn", "Failed to construct a service principal name (SPN) that identifies a service instance. Computer FQDN: [new]."},
+        {"authenticate", "Connect failed (RpcBindingSetAuthInfoExW)"},
+        {"resolve", "Connect failed (RpcEpResolveBinding)"},
+    };
+    for (const row_t& row : rows) {
+        client_->SetEndpoint(L"old", 1);
+        client_->Connect(false);
+        client_->SetEndpoint(L"new", 1);
+        platform_.failures = {{row.function, 1722}};
+        try {
+            client_->Connect(true);
+            FAIL() << row.function;
+        } catch (const exc::win_sys_exc_t& error) {
+            EXPECT_EQ(error.code(), 1722u);
+            EXPECT_EQ(error.what(), exc::system_error_text(1722) + "\n" + row.message);
+        }
+        platform_.failures.clear();
+        EXPECT_EQ(platform_.strings_alive, 0) << row.function;
+        EXPECT_EQ(platform_.bindings_alive, 0) << row.function << ": also not the older one, which leads to another host";
+    }
+}
+
+TEST_F(Connect, AnewReplacesTheBindingOnlyWhenTheNewOneIsWhole) {
+    client_->Connect(false);
+    platform_.calls.clear();
+    client_->Connect(false);
+    ASSERT_EQ(platform_.calls.size(), 7u);
+    EXPECT_EQ(platform_.calls[5], "option 2 12 3600000");
+    EXPECT_EQ(platform_.calls[6], "free 1");
+}
+
+TEST_F(Connect, TheTimeoutOfABoundClientChangesAtOnce) {
+    EXPECT_EQ(client_->GetRpcTimeout(), 3600);
+    client_->SetRpcTimeout(60);
+    EXPECT_TRUE(platform_.calls.empty());
+    client_->Connect(false);
+    client_->SetRpcTimeout(30);
+    EXPECT_EQ(client_->GetRpcTimeout(), 30);
+    EXPECT_EQ(platform_.calls.back(), "option 1 12 30000");
+}
+
+TEST_F(Connect, AHostThatTheCodePageCannotHoldFailsClearly) {
+    client_->SetEndpoint(L"\u4e16", 1);
+    try {
+        client_->Connect(false);
+        FAIL();
+    } catch (const exc::win_sys_exc_t& error) {
+        EXPECT_EQ(error.code(), 1113u);
+    }
+}
+
+}  // namespace
