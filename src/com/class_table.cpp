@@ -3,6 +3,7 @@
 #include "KorvaProxyClient.h"
 #include "com/class_factory.h"
 #include "com/co_korva_hv_integrator.h"
+#include "com/co_proxy_rpc_invoker.h"
 
 namespace com {
 namespace {
@@ -14,6 +15,8 @@ namespace {
 const class_entry table[] = {
     {CLSID_KorvaHvIntegrator, L"KorvaProxyClientDll.CoKorvaHvIntegrat.1", L"KorvaProxyClientDll.KorvaHvIntegrator",
      L"KorvaHvIntegrator Class", create_instance<CCoKorvaHvIntegrator>},
+    {CLSID_KorvaProxyInvoker, L"KorvaProxyClientDll.KorvaProxyInvoker.1", L"KorvaProxyClientDll.KorvaProxyInvoker",
+     L"KorvaProxyInvoker Class", create_instance<CCoProxyRpcInvoker>},
 };
 
 }  // namespace
