@@ -133,6 +133,7 @@ void peer::play(std::vector<behaviour_t> script) {
     const std::lock_guard lock(mutex_);
     script_ = std::move(script);
     next_ = 0;
+    ++played_;
 }
 
 std::vector<request_t> peer::requests() const {
@@ -165,9 +166,9 @@ void peer::accept_loop() {
         const std::lock_guard lock(mutex_);
         behaviour_t behaviour = script_.at(std::min(next_, script_.size() - 1));
         ++next_;
-        threads_.emplace_back([this, socket, behaviour = std::move(behaviour)] {
+        threads_.emplace_back([this, socket, behaviour = std::move(behaviour), script = played_] {
             try {
-                serve(socket, behaviour);
+                serve(socket, behaviour, script);
             } catch (const std::exception&) {
                 // The client sent what is no PDU; the test sees that its request never came.
             }
@@ -176,7 +177,7 @@ void peer::accept_loop() {
     }
 }
 
-void peer::serve(SOCKET socket, behaviour_t behaviour) {
+void peer::serve(SOCKET socket, behaviour_t behaviour, unsigned script) {
     using bind_t = behaviour_t::bind_t;
     if (behaviour.on_bind == bind_t::reset_at_accept)
         return arm_reset(socket);
@@ -218,6 +219,9 @@ void peer::serve(SOCKET socket, behaviour_t behaviour) {
                 {
                     const std::lock_guard lock(mutex_);
                     requests_.push_back(request);
+                    if (script != played_)
+                        behaviour = script_.front();
+                    script = played_;
                 }
                 const bytes answer = behaviour.reply ? behaviour.reply(request, header.call_id) : bytes();
                 if (answer.empty())

@@ -19,7 +19,7 @@ struct request_t {
 };
 
 // What the peer does on one connection. The first connection takes the first entry of the script, and so on; the last entry
-// serves all that follow.
+// serves all that follow. When another script is played, connections that are open take its first entry.
 struct behaviour_t {
     enum class bind_t { accept, reset_at_accept, reset_after_bind, refuse, reject_context, garbage } on_bind = bind_t::accept;
     std::uint16_t bind_reason = 0;  // of refuse (the nak's) and reject_context (the result's)
@@ -54,13 +54,14 @@ public:
 
 private:
     void accept_loop();
-    void serve(SOCKET socket, behaviour_t behaviour);
+    void serve(SOCKET socket, behaviour_t behaviour, unsigned script);
 
     SOCKET listener_;
     std::uint16_t port_ = 0;
     mutable std::mutex mutex_;
     std::vector<behaviour_t> script_;
     std::size_t next_ = 0;
+    unsigned played_ = 0;
     std::vector<request_t> requests_;
     std::atomic<bool> stopping_ = false;
     std::atomic<unsigned> connections_ = 0;
