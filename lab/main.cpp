@@ -29,7 +29,7 @@ The lab runs until Ctrl-C.
 )";
 
 struct arguments_t {
-    lab::server_options options = {.ports = {}};
+    lab::server_options options = {.ports = {}, .mapper = true};
     bool help = false;
 };
 
@@ -83,6 +83,9 @@ int wmain(int count, wchar_t** values) {
         const lab::server server(arguments.options);
         for (const unsigned port : server.ports())
             std::printf("korva-lab serves on port %u\n", port);
+        std::puts(server.maps_endpoints()
+                      ? "korva-lab serves the endpoint mapper on port 135"
+                      : "korva-lab cannot serve the endpoint mapper (port 135): clients have to name the port");
         std::fflush(stdout);
         wait_for_ctrl_c();
         return 0;

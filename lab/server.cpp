@@ -89,6 +89,8 @@ server::server(const server_options& options) {
     try {
         register_interfaces(options);
         check(::RpcServerListen(1, RPC_C_LISTEN_MAX_CALLS_DEFAULT, TRUE), "RpcServerListen");
+        if (options.mapper)
+            start_mapper();
     } catch (...) {
         stop();
         throw;
@@ -111,9 +113,24 @@ void server::register_interfaces(const server_options& options) {
     check(::RpcServerRegisterAuthInfoW(nullptr, RPC_C_AUTHN_WINNT, nullptr, nullptr), "RpcServerRegisterAuthInfo");
 }
 
+void server::start_mapper() {
+    std::vector<mapped_interface> mapped;
+    for (void* const interface_spec : interfaces_) {
+        const RPC_SYNTAX_IDENTIFIER& id = static_cast<const RPC_SERVER_INTERFACE*>(interface_spec)->InterfaceId;
+        mapped.push_back({id.SyntaxGUID, id.SyntaxVersion.MajorVersion, id.SyntaxVersion.MinorVersion,
+                          static_cast<std::uint16_t>(ports_.front())});
+    }
+    try {
+        mapper_ = std::make_unique<endpoint_mapper>(std::move(mapped));
+    } catch (const exc::win_sys_exc_t&) {
+        // The port belongs to the system's own mapper, or takes privileges: the lab serves without.
+    }
+}
+
 server::~server() { stop(); }
 
 void server::stop() noexcept {
+    mapper_.reset();
     ::RpcMgmtStopServerListening(nullptr);
     ::RpcMgmtWaitServerListen();
     for (void* const interface_spec : interfaces_)

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <memory>
 #include <vector>
+
+#include "lab/endpoint_mapper.h"
 
 namespace lab {
 
@@ -10,6 +13,8 @@ struct server_options {
     bool deployment = true;
     bool integration = true;
     bool invoker = true;
+    // Also serve the endpoint mapper on TCP port 135, where that is to be had, so that clients need no port.
+    bool mapper = false;
 };
 
 // The three services on this process's RPC runtime: serving once constructed, stopped by the destructor. One at a time: the
@@ -25,13 +30,17 @@ public:
     unsigned port() const { return ports_.front(); }
     // In the order of the options.
     const std::vector<unsigned>& ports() const { return ports_; }
+    // Whether the endpoint mapper was asked for and got its port.
+    bool maps_endpoints() const { return mapper_ != nullptr; }
 
 private:
     void register_interfaces(const server_options& options);
+    void start_mapper();
     void stop() noexcept;
 
     std::vector<void*> interfaces_;
     std::vector<unsigned> ports_;
+    std::unique_ptr<endpoint_mapper> mapper_;
 };
 
 }  // namespace lab

@@ -24,7 +24,7 @@ using ::testing::ElementsAre;
 
 class Lab : public ::testing::Test {
 protected:
-    static void SetUpTestSuite() { server_ = std::make_unique<lab::server>(); }
+    static void SetUpTestSuite() { server_ = std::make_unique<lab::server>(lab::server_options{.mapper = true}); }
     static void TearDownTestSuite() { server_.reset(); }
     void SetUp() override {
         lab::reset();
@@ -100,6 +100,13 @@ TEST_F(Lab, ServesAllThreeInterfacesOnOnePort) {
     EXPECT_EQ(failure_of(deployment_, version), "(no failure)");
     EXPECT_EQ(version.version(), 6);
     EXPECT_THAT(lab::requests().take(), ElementsAre("InvokerTestConnection version=\"6.0\"", "GetSvcVersion"));
+}
+
+TEST_F(Lab, IsFoundThroughTheEndpointMapper) {
+    if (!server_->maps_endpoints())
+        GTEST_SKIP() << "TCP port 135 is not to be had on this machine.";
+    invoker_.SetEndpoint(L"127.0.0.1", 0);
+    EXPECT_EQ(do_rpc(L"A", L""), L"<LabReply Command=\"A\"></LabReply>");
 }
 
 }  // namespace
