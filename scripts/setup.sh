@@ -16,6 +16,7 @@ packages=(
     libz-mingw-w64-dev=1.2.13+dfsg-1
     googletest=1.12.1-0.2
     libboost1.81-dev=1.81.0-5+deb12u1
+    python3-impacket
     "$@"
 )
 boost=1.81.0-5+deb12u1

@@ -1,0 +1,72 @@
+"""Authentication against a service that checks passwords: check.py EMULATOR PROBE. Prints each case; exit code 1 if one fails."""
+import os
+import subprocess
+import sys
+
+from ntlm_peer import CONNECT, PRIVACY, Peer
+
+PASSWORD = "S3cret-marker-password"
+MARKERS = ["marker-command".encode("utf-16le"), "<marker/>".encode("utf-16le"), "<MARKER/>".encode("utf-16le"),
+           "marker-version".encode("utf-16le"), b"\x5a" * 64]
+failures = 0
+
+
+def probe(peer, mode, password=PASSWORD, calls=1):
+    run = subprocess.run([*sys.argv[1:], str(peer.port), "LAB", "operator", mode, str(calls)], capture_output=True, timeout=120,
+                         stdin=subprocess.DEVNULL, env=dict(os.environ, KORVA_PASSWORD=password))
+    return run.stdout.decode("utf-8", "replace").replace("\r", "").split("\n")[:-1]
+
+
+def check(what, actual, expected):
+    global failures
+    if actual != expected:
+        failures += 1
+        print(f"FAILED {what}\n  expected {expected!r}\n  actual   {actual!r}")
+
+
+def steps(result, calls=1):
+    return ["Connect: good"] + [f"{name}: {result}" for name in ("TestConnection", "DoRpc", "DoRpcWithBinary")] * calls
+
+
+def binding(level):
+    return f"binding: KorvaRpcInvoker/127.0.0.1 level {level} service 10"
+
+
+def case_good(level, mode, calls):
+    peer = Peer({"operator": PASSWORD})
+    lines = probe(peer, mode, calls=calls)
+    check(f"{mode}: every method works", lines, [binding(level)] + steps("good", calls))
+    check(f"{mode}: what ran", peer.executed, [(2, level), (0, level), (1, level)] * calls)
+    check(f"{mode}: who it was", {(a.domain, a.user, a.level, a.accepted) for a in peer.attempts}, {("LAB", "operator", level, True)})
+    check(f"{mode}: signatures", peer.problems, [])
+    seen = [marker in peer.raw for marker in MARKERS]
+    check(f"{mode}: plain texts on the wire", seen, [level == CONNECT] * len(MARKERS))
+    check(f"{mode}: the password on the wire", any(PASSWORD.encode(code) in peer.raw for code in ("utf-8", "utf-16le")), False)
+
+
+def case_wrong_password(level, mode):
+    peer = Peer({"operator": "another"})
+    lines = probe(peer, mode)
+    check(f"{mode}, wrong password: nothing runs", peer.executed, [])
+    check(f"{mode}, wrong password: each call fails", [line.split(":")[0] for line in lines if line.endswith("good")], ["Connect"])
+    check(f"{mode}, wrong password: no call waits", "wait" in lines, False)
+    check(f"{mode}, wrong password: one binding", lines.count(binding(level)), 1)
+    check(f"{mode}, wrong password: no password in a text", any(PASSWORD in line for line in lines), False)
+    # Wine drops a connection that was refused, so each of the three calls authenticates anew, once.
+    check(f"{mode}, wrong password: one attempt a call", [a.accepted for a in peer.attempts], [False] * 3)
+
+
+def case_lost():
+    peer = Peer({"operator": PASSWORD}, lose_after=1)
+    lines = probe(peer, "secure")
+    check("lost connection: reconnects without privacy", lines,
+          [binding(PRIVACY)] + steps("good")[:2] + [binding(CONNECT)] + steps("good")[2:])
+    check("lost connection: levels of the calls", [level for _, level in peer.executed], [PRIVACY, CONNECT, CONNECT])
+
+
+cases = [lambda: case_good(CONNECT, "connect", 3), lambda: case_good(PRIVACY, "secure", 10),
+         lambda: case_wrong_password(CONNECT, "connect"), lambda: case_wrong_password(PRIVACY, "secure"), case_lost]
+for case in cases:
+    case()
+print(f"{len(cases)} authentication cases, {failures} failures")
+sys.exit(1 if failures else 0)
