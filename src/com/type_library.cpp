@@ -3,6 +3,7 @@
 #include <mutex>
 
 #include "com/module.h"
+#include "foundation/automation.h"
 #include "foundation/errors.h"
 
 namespace com::type_library {
@@ -56,9 +57,11 @@ void unregister_library() {
     const auto library = get();
     const attributes_t attributes(library.get());
     const TLIBATTR& of = *attributes.value;
-    const HRESULT result = ::UnRegisterTypeLib(of.guid, of.wMajorVerNum, of.wMinorVerNum, of.lcid, of.syskind);
-    if (result != TYPE_E_REGISTRYACCESS && result != TYPE_E_LIBNOTREGISTERED)  // what is not there is unregistered
-        check(result, "Failed to unregister the type library.");
+    win::unique_bstr path;
+    if (FAILED(::QueryPathOfRegTypeLib(of.guid, of.wMajorVerNum, of.wMinorVerNum, of.lcid, path.put())))
+        return;  // what is not there is unregistered
+    check(::UnRegisterTypeLib(of.guid, of.wMajorVerNum, of.wMinorVerNum, of.lcid, of.syskind),
+          "Failed to unregister the type library.");
 }
 
 }  // namespace com::type_library

@@ -6,6 +6,7 @@
 #include "com/module.h"
 #include "com/registration.h"
 #include "com/type_library.h"
+#include "logging/default_log.h"
 
 STDAPI DllCanUnloadNow() { return com::module::in_use() ? S_FALSE : S_OK; }
 
@@ -16,7 +17,9 @@ STDAPI DllRegisterServer() { return com::register_server(); }
 STDAPI DllUnregisterServer() { return com::unregister_server(); }
 
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void* process_ends) {
-    if (reason == DLL_PROCESS_DETACH && !process_ends)
+    if (reason == DLL_PROCESS_ATTACH)
+        logging::open_default_log();
+    else if (reason == DLL_PROCESS_DETACH && !process_ends)
         com::type_library::release();
     return TRUE;
 }

@@ -1,0 +1,125 @@
+#include <gmock/gmock.h>
+
+#include "KorvaProxyClient.h"
+#include "com/class_table.h"
+#include "tests/com/loaded_dll.h"
+
+const creatable_class creatable_classes[7] = {
+    {L"{2A09039A-33C1-4827-ABF6-587A0141DA22}", L"KorvaProxyClientDll.KorvaProxyClientLogging.1",
+     L"KorvaProxyClientDll.KorvaProxyClientLogging", L"KorvaProxyClientLogging Class", __uuidof(IKorvaProxyClientLogging)},
+    {L"{66AC1F6E-E1BA-48DF-94E0-417EE180A956}", L"KorvaProxyClientDll.KorvaDeployer.1", L"KorvaProxyClientDll.KorvaDeployer",
+     L"KorvaDeployer Class", __uuidof(IKorvaDeployer)},
+    {L"{9091A1D5-9EA9-4A2A-A28D-D3A6D9B54B80}", L"KorvaProxyClientDll.CoKorvaHvIntegrat.1",
+     L"KorvaProxyClientDll.KorvaHvIntegrator", L"KorvaHvIntegrator Class", __uuidof(IKorvaHvIntegrator)},
+    {L"{608A0DA9-8913-4471-A4AB-CD9A1EAA6FF5}", L"KorvaProxyClientDll.KorvaVdiskMountManag.1",
+     L"KorvaProxyClientDll.KorvaVdiskMountManager", L"KorvaVdiskMountManager Class", __uuidof(IKorvaVdiskMountManager)},
+    {L"{D6735E2D-7466-4C56-90EA-29A16E745C9A}", L"KorvaProxyClientDll.KorvaHvClusterManage.1",
+     L"KorvaProxyClientDll.KorvaHvClusterManager", L"KorvaHvClusterManager Class", __uuidof(IKorvaHvClusterManager)},
+    {L"{874BD6C5-2686-4DA3-9543-F3FCDF6CAB21}", L"KorvaProxyClientDll.KorvaVssIsVolumesSup.1",
+     L"KorvaProxyClientDll.KorvaVssIsVolumesSuppo", L"KorvaVssIsVolumesSupportedRequest Class",
+     __uuidof(IKorvaVssIsVolumesSupportedRequest)},
+    {L"{056B45E0-D227-4254-BC3F-9E1FC5F50F08}", L"KorvaProxyClientDll.KorvaProxyInvoker.1",
+     L"KorvaProxyClientDll.KorvaProxyInvoker", L"KorvaProxyInvoker Class", __uuidof(IProxyRpcInvoker)},
+};
+
+std::vector<creatable_class> available_classes() {
+    std::vector<creatable_class> available;
+    for (const creatable_class& known : creatable_classes)
+        for (const com::class_entry& row : com::class_table())
+            if (row.clsid == guid_of(known.clsid))
+                available.push_back(known);
+    EXPECT_EQ(available.size(), com::class_table().size()) << "a class that is not in the list above";
+    return available;
+}
+
+namespace {
+
+TEST_F(dll_test, ExportsTheFourFunctionsOfAServerAlone) {
+    const auto* const base = reinterpret_cast<const char*>(module);
+    const auto& headers =
+        *reinterpret_cast<const IMAGE_NT_HEADERS64*>(base + reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew);
+    const auto& exports = *reinterpret_cast<const IMAGE_EXPORT_DIRECTORY*>(
+        base + headers.OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT].VirtualAddress);
+    const auto* const names = reinterpret_cast<const DWORD*>(base + exports.AddressOfNames);
+    std::vector<std::string> found;
+    for (DWORD i = 0; i < exports.NumberOfNames; ++i)
+        found.emplace_back(base + names[i]);
+    EXPECT_THAT(found,
+                ::testing::ElementsAre("DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer", "DllUnregisterServer"));
+    EXPECT_EQ(exports.NumberOfFunctions, 4u);
+}
+
+TEST_F(dll_test, HandsOutOneFactoryForEachClass) {
+    const CLSID clsid = __uuidof(KorvaProxyInvoker);
+    win::com_ptr<IClassFactory> factory, again;
+    ASSERT_EQ(get_class_object(clsid, IID_IClassFactory, factory.put()), S_OK);
+    ASSERT_EQ(get_class_object(clsid, IID_IUnknown, again.put()), S_OK);
+    EXPECT_EQ(factory.get(), again.get());
+    EXPECT_EQ(can_unload_now(), S_FALSE);
+
+    IUnknown* none = factory.get();
+    EXPECT_EQ(get_class_object(clsid, IID_IDispatch, &none), E_NOINTERFACE);
+    EXPECT_EQ(none, nullptr);
+    none = factory.get();
+    EXPECT_EQ(get_class_object(IID_IUnknown, IID_IClassFactory, &none), CLASS_E_CLASSNOTAVAILABLE);
+    EXPECT_EQ(none, nullptr);
+    EXPECT_EQ(get_class_object<IUnknown>(clsid, IID_IClassFactory, nullptr), E_POINTER);
+    again.reset();
+    factory.reset();
+    EXPECT_EQ(can_unload_now(), S_OK);
+
+    ASSERT_EQ(get_class_object(clsid, IID_IClassFactory, factory.put()), S_OK);
+    EXPECT_EQ(factory->LockServer(TRUE), S_OK);
+    IClassFactory* const locked = factory.get();
+    factory.reset();
+    EXPECT_EQ(can_unload_now(), S_FALSE);
+    EXPECT_EQ(locked->LockServer(FALSE), S_OK);
+}
+
+TEST_F(dll_test, CreatesObjectsThatAnswerForTheirOwnInterfaceAlone) {
+    for (const creatable_class& row : available_classes()) {
+        SCOPED_TRACE(text::narrow(row.version_independent_prog_id));
+        win::com_ptr<IClassFactory> factory;
+        ASSERT_EQ(get_class_object(guid_of(row.clsid), IID_IClassFactory, factory.put()), S_OK);
+        win::com_ptr<IUnknown> object;
+        ASSERT_EQ(factory->CreateInstance(nullptr, row.default_interface, reinterpret_cast<void**>(object.put())), S_OK);
+        for (const creatable_class& other : creatable_classes) {
+            win::com_ptr<IUnknown> found;
+            EXPECT_EQ(object.query(found, other.default_interface),
+                      other.default_interface == row.default_interface ? S_OK : E_NOINTERFACE);
+        }
+        win::com_ptr<ISupportErrorInfo> support;
+        ASSERT_EQ(object.query(support), S_OK);
+        EXPECT_EQ(support->InterfaceSupportsErrorInfo(row.default_interface), S_OK);
+        EXPECT_EQ(support->InterfaceSupportsErrorInfo(IID_IUnknown), S_FALSE);
+
+        win::com_ptr<IDispatch> dispatch;
+        win::com_ptr<ITypeInfo> info;
+        TYPEATTR* of = nullptr;
+        ASSERT_EQ(object.query(dispatch), S_OK);
+        ASSERT_EQ(dispatch->GetTypeInfo(0, 0, info.put()), S_OK) << "found without any registration";
+        ASSERT_EQ(info->GetTypeAttr(&of), S_OK);
+        EXPECT_EQ(of->guid, row.default_interface);
+        info->ReleaseTypeAttr(of);
+    }
+}
+
+TEST_F(dll_test, RefusesWhatAnAggregateMayNotAskFor) {
+    win::com_ptr<IClassFactory> factory;
+    ASSERT_EQ(get_class_object(__uuidof(KorvaProxyInvoker), IID_IClassFactory, factory.put()), S_OK);
+    void* object = factory.get();
+    EXPECT_EQ(factory->CreateInstance(factory.get(), __uuidof(IProxyRpcInvoker), &object), CLASS_E_NOAGGREGATION);
+    EXPECT_EQ(object, nullptr);
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IClassFactory, &object), E_NOINTERFACE);
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, nullptr), E_POINTER);
+
+    win::com_ptr<IUnknown> part;
+    EXPECT_EQ(factory->CreateInstance(factory.get(), IID_IUnknown, reinterpret_cast<void**>(part.put())), S_OK);
+    win::com_ptr<IDispatch> dispatch;
+    EXPECT_EQ(part.query(dispatch), S_OK);
+    win::com_ptr<IUnknown> whole;
+    EXPECT_EQ(dispatch.query(whole), S_OK);
+    EXPECT_EQ(whole.get(), factory.get()) << "the part answers with the identity of the whole";
+}
+
+}  // namespace
