@@ -2,6 +2,7 @@
 
 #include "KorvaProxyClient.h"
 #include "com/class_factory.h"
+#include "com/co_korva_deployer.h"
 #include "com/co_korva_hv_integrator.h"
 #include "com/co_proxy_rpc_invoker.h"
 
@@ -13,6 +14,8 @@ namespace {
 // To add a class: write CCoX over impl::CX (com_object.h shows how), include its header above and add its row here. Its
 // registration, factory and unregistration follow from the row; its interface and coclass stand in the type library already.
 const class_entry table[] = {
+    {CLSID_KorvaDeployer, L"KorvaProxyClientDll.KorvaDeployer.1", L"KorvaProxyClientDll.KorvaDeployer", L"KorvaDeployer Class",
+     create_instance<CCoKorvaDeployer>},
     {CLSID_KorvaHvIntegrator, L"KorvaProxyClientDll.CoKorvaHvIntegrat.1", L"KorvaProxyClientDll.KorvaHvIntegrator",
      L"KorvaHvIntegrator Class", create_instance<CCoKorvaHvIntegrator>},
     {CLSID_KorvaProxyInvoker, L"KorvaProxyClientDll.KorvaProxyInvoker.1", L"KorvaProxyClientDll.KorvaProxyInvoker",

@@ -25,6 +25,11 @@ constexpr wchar_t dependencies[] = L"RPCSS\0WINMGMT\0";
 
 }  // namespace
 
+deployer_platform_t& default_deployer_platform() {
+    static deployer_platform_t platform;
+    return platform;
+}
+
 // The account on the remote host, for the length of one operation: the thread acts as it, the share is connected with it, and
 // file operations on the share use it.
 struct CKorvaDeployer::remote_session_t {

@@ -15,7 +15,7 @@ namespace impl {
 // away again. Used by one caller at a time. No operation leaves a handle, a share connection or an impersonation behind.
 class CKorvaDeployer {
 public:
-    explicit CKorvaDeployer(deployer_platform_t platform = {},
+    explicit CKorvaDeployer(deployer_platform_t platform = default_deployer_platform(),
                             std::shared_ptr<win::rpc::CRpcClientBase> client = win::rpc::make_deployment_client());
 
     void SetEndpoint(std::wstring_view host, std::uint32_t port);

@@ -19,4 +19,8 @@ struct deployer_platform_t {
     win::file_functions_t files;
 };
 
+// What a deployer is made with when it is given nothing else, as every COM object's is. A program that wants others (a host
+// without network shares, for instance) changes it before it creates the first.
+deployer_platform_t& default_deployer_platform();
+
 }  // namespace impl
