@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "lab/deployment_model.h"
+
 // The host that the lab pretends to be. The machines are there from the beginning; every theme (snapshots, restore, tracking,
 // cluster, ...) adds its own part to host_model in a file of its own.
 namespace lab {
@@ -16,6 +18,7 @@ struct machine_t {
 
 struct host_model {
     std::vector<machine_t> machines = default_machines();
+    deployment_model_t deployment;
 
     // Throws exc::runtime_exc_t: "There is no virtual machine 'ID'."
     const machine_t& machine(const std::wstring& id) const;

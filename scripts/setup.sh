@@ -94,3 +94,7 @@ if [ ! -e "$WINEPREFIX/.complete" ]; then
     find "$WINEPREFIX/drive_c/users" -type l -exec sh -c 'for link; do rm "$link" && mkdir "$link"; done' sh {} +
     touch "$WINEPREFIX/.complete"
 fi
+
+# The prefix as a host to deploy to: what deployer, demo and tests reach as \\localhost\ADMIN$ is the Windows folder.
+mkdir -p "$WINEPREFIX/dosdevices/unc/localhost"
+ln -sfn ../../../drive_c/windows "$WINEPREFIX/dosdevices/unc/localhost/ADMIN\$"
