@@ -5,6 +5,7 @@
 #include "com/co_korva_deployer.h"
 #include "com/co_korva_hv_integrator.h"
 #include "com/co_proxy_rpc_invoker.h"
+#include "com/co_vdisk_mount_manager.h"
 
 namespace com {
 namespace {
@@ -20,6 +21,8 @@ const class_entry table[] = {
      L"KorvaHvIntegrator Class", create_instance<CCoKorvaHvIntegrator>},
     {CLSID_KorvaProxyInvoker, L"KorvaProxyClientDll.KorvaProxyInvoker.1", L"KorvaProxyClientDll.KorvaProxyInvoker",
      L"KorvaProxyInvoker Class", create_instance<CCoProxyRpcInvoker>},
+    {CLSID_KorvaVdiskMountManager, L"KorvaProxyClientDll.KorvaVdiskMountManag.1", L"KorvaProxyClientDll.KorvaVdiskMountManager",
+     L"KorvaVdiskMountManager Class", create_instance<CCoVdiskMountManager>},
 };
 
 }  // namespace

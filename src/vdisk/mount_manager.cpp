@@ -1,6 +1,7 @@
 #include "vdisk/mount_manager.h"
 
 #include "foundation/errors.h"
+#include "logging/write.h"
 
 namespace impl {
 namespace {
@@ -42,5 +43,15 @@ std::shared_ptr<vdmount::CVmdkMounter> CVDiskMountManager::VmdkMounter() {
 }
 
 std::shared_ptr<vdmount::CVhdMounter> CVDiskMountManager::VhdMounter() { return get_or_create(vhd_mounter_, platform_.vhd); }
+
+bool CVDiskMountManager::IsSupportedVhdMount() {
+    try {
+        VhdMounter();
+        return true;
+    } catch (const std::exception& error) {
+        logging::debug("VHD mounting is not supported: %1", exc::message_of(error));
+        return false;
+    }
+}
 
 }  // namespace impl

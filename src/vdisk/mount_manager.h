@@ -26,6 +26,9 @@ public:
     // Also throws where this machine cannot mount VHD files; the next call tries again.
     std::shared_ptr<vdmount::CVhdMounter> VhdMounter();
 
+    // Whether VhdMounter() succeeds; why it does not, the log says at debug level.
+    bool IsSupportedVhdMount();
+
 private:
     template <class Mounter, class Platform>
     std::shared_ptr<Mounter> get_or_create(std::shared_ptr<Mounter>& mounter, const Platform& platform);

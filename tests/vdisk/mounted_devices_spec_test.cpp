@@ -4,7 +4,7 @@
 
 #include "foundation/convert.h"
 #include "foundation/errors.h"
-#include "tests/vdisk/com_apartment.h"
+#include "tests/foundation/com_thread.h"
 
 using namespace impl::vdmount;
 using testing::ElementsAre;
@@ -13,9 +13,7 @@ using testing::IsEmpty;
 
 namespace {
 
-struct MountedDevicesSpec : testing::Test {
-    com_apartment_t apartment;
-};
+using MountedDevicesSpec = com_thread;
 
 TEST_F(MountedDevicesSpec, DevicesComeInTheDocumentsOrder) {
     const auto spec = parse_mounted_devices(

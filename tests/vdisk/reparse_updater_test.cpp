@@ -4,7 +4,7 @@
 
 #include "foundation/errors.h"
 #include "logging/memory_receiver.h"
-#include "tests/vdisk/com_apartment.h"
+#include "tests/foundation/com_thread.h"
 #include "tests/vdisk/model_volume.h"
 
 using namespace impl::vdmount;
@@ -20,7 +20,7 @@ const model_volume_t::point_t link{.tag = tag_symbolic_link, .data = link_data(L
 const model_volume_t::point_t deduplicated{.tag = tag_deduplication, .data = bytes_t(100)};
 const model_volume_t::point_t other{.tag = 0x80000017, .data = bytes_t(100)};
 
-struct ReparseVolume : testing::Test {
+struct ReparseVolume : com_thread {
     void update(std::uint32_t max_count) {
         const auto functions = model.functions();
         update_volume(volume_context_t(L"E:\\Mnt\\C", functions), devices, max_count);
@@ -111,9 +111,7 @@ TEST_F(ReparseVolume, AVolumeThatCannotBeReadFailsWhole) {
     expect_failure("Failed to find function 'NtQueryDirectoryFile' in ntdll.dll.");
 }
 
-struct ReparseUpdate : ReparseVolume {
-    com_apartment_t apartment;
-};
+using ReparseUpdate = ReparseVolume;
 
 TEST_F(ReparseUpdate, AVolumeThatFailsDoesNotStopTheNext) {
     model.points = {junction};

@@ -232,6 +232,7 @@ TEST_F(MountManager, AMounterThatCannotBeCreatedIsTriedAgain) {
     };
     impl::CVDiskMountManager manager(mount_platform);
     EXPECT_THROW(manager.VhdMounter(), exc::win_sys_exc_t);
+    EXPECT_FALSE(manager.IsSupportedVhdMount());
     there = true;
     EXPECT_NE(manager.VhdMounter(), nullptr);
 }
