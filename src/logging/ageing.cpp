@@ -1,6 +1,5 @@
 #include "logging/ageing.h"
 
-#include <ranges>
 
 #include "foundation/convert.h"
 #include "foundation/errors.h"
@@ -55,9 +54,9 @@ std::vector<age_step_t> age_files(std::string_view path, std::string_view extens
 }
 
 void undo_ageing(const std::vector<age_step_t>& taken, const file_functions_t& files) {
-    for (const age_step_t& step : std::views::reverse(taken)) {
-        if (!step.to.empty())
-            files.rename(text::widen(step.to), text::widen(step.from));
+    for (auto step = taken.rbegin(); step != taken.rend(); ++step) {
+        if (!step->to.empty())
+            files.rename(text::widen(step->to), text::widen(step->from));
     }
 }
 
