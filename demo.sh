@@ -1,23 +1,76 @@
 #!/usr/bin/env bash
-# Shows the product at work: ./demo.sh NAME. What is on the screen is real traffic and the log that the library wrote.
-#   deploy   the installer service is put on a host, upgraded and removed again
+# Builds everything and shows the product at work: ./demo.sh [NAME], by default "invoke". What is on the screen is real traffic
+# and the log that the library wrote. The demos (scripts/demo/NAME.sh):
 set -euo pipefail
 cd "$(dirname "$0")"
+source scripts/env.sh
 
-show() {
-    local program=$1
-    source scripts/env.sh
-    scripts/setup.sh
-    [ -e build/release/build.ninja ] || cmake --preset release >/dev/null
-    cmake --build --preset release --target "$program"
-    wine_session
-    "$WINE" "build/release/bin/$program.exe"
+name=${1:-invoke}
+if [ ! -e "scripts/demo/$name.sh" ]; then
+    sed -n '2,/^set/{/^set/d;s/^# \{0,1\}//p}' "$0" >&2
+    for file in scripts/demo/*.sh; do
+        printf '  %-10s %s\n' "$(basename "$file" .sh)" "$(sed -n '1s/^# //p' "$file")" >&2
+    done
+    exit 2
+fi
+
+scripts/setup.sh
+build release
+wine_session
+
+bin=build/release/bin
+out=build/demo
+log="$WINEPREFIX/drive_c/ProgramData/Korva/Backup/Auxiliary.KorvaProxyClient.log"
+mkdir -p "$out"
+
+say() { printf '\n== %s\n' "$*"; }
+windows_path() { local path=$PWD/$1; echo "Z:${path//\//\\}"; }
+
+register_dll() {
+    say "Registering KorvaProxyClient.dll in build/wineprefix"
+    "$WINE" regsvr32 /s "$(windows_path $bin/KorvaProxyClient.dll)" </dev/null
+    echo "registered"
 }
 
-case ${1:-} in
-deploy) show korva-deploy-demo ;;
-*)
-    sed -n '2,/^set/s/^# \{0,1\}//p' "$0" >&2
-    exit 2
-    ;;
-esac
+# Starts korva-lab.exe with the given options on a free port, which is then in $port.
+start_lab() {
+    local lab
+    say "Starting the lab"
+    rm -f "$out/lab.log" "$out/requests.log"
+    touch "$out/lab.log"
+    "$WINE" "$bin/korva-lab.exe" --port 0 --trace "$(windows_path $out/requests.log)" --quiet "$@" >"$out/lab.log" 2>&1 </dev/null &
+    lab=$!
+    until grep -q 'endpoint mapper' "$out/lab.log"; do
+        kill -0 "$lab" 2>/dev/null || { cat "$out/lab.log" >&2; exit 1; }
+        sleep 0.1
+    done
+    cat "$out/lab.log"
+    port=$(sed -n 's/^korva-lab serves on port \([0-9]*\).*/\1/p' "$out/lab.log")
+    # The library's log goes on behind what earlier runs wrote.
+    logged=$(stat -c %s "$log" 2>/dev/null || echo 0)
+}
+
+# Shows a command of the console and runs it; the argument in front says how it has to end (0: well, 1: with a failed call).
+console() {
+    local expected=$1 status=0 shown
+    shift
+    printf -v shown ' %q' "$@"
+    echo "\$ korva-console.exe$shown"
+    KORVA_PASSWORD=demo "$WINE" "$bin/korva-console.exe" "$@" </dev/null || status=$?
+    if [ "$status" != "$expected" ]; then
+        echo "The console ended with $status instead of $expected." >&2
+        exit 1
+    fi
+}
+
+show_requests() {
+    say "What the lab received"
+    cat "$out/requests.log"
+}
+
+show_log() {
+    say "What the library wrote to its log"
+    tail -c "+$((logged + 1))" "$log"
+}
+
+source "scripts/demo/$name.sh"

@@ -1,0 +1,2 @@
+# the installer service is put on a host, upgraded and removed again
+"$WINE" "$bin/korva-deploy-demo.exe"
