@@ -52,9 +52,11 @@ start_lab() {
 
 # Shows a command of the console and runs it; the argument in front says how it has to end (0: well, 1: with a failed call).
 console() {
-    local expected=$1 status=0 shown
+    local expected=$1 status=0 shown= argument
     shift
-    printf -v shown ' %q' "$@"
+    for argument; do
+        [[ $argument =~ ^[A-Za-z0-9._/:-]+$ ]] && shown+=" $argument" || shown+=" ${argument@Q}"
+    done
     echo "\$ korva-console.exe$shown"
     KORVA_PASSWORD=demo "$WINE" "$bin/korva-console.exe" "$@" </dev/null || status=$?
     if [ "$status" != "$expected" ]; then
