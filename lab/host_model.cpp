@@ -15,6 +15,9 @@ std::vector<machine_t> host_model::default_machines() {
          {LR"(C:\ClusterStorage\Volume1\mail\mail.xml)", LR"(C:\ClusterStorage\Volume1\mail\system.vhd)",
           LR"(C:\ClusterStorage\Volume1\mail\store.vhd)"}},
         {L"6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02", L"web", {LR"(D:\vm\web\web.xml)", LR"(D:\vm\web\system.vhd)"}},
+        {L"6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d03",
+         L"отчёты",
+         {LR"(E:\vm\отчёты\отчёты.xml)", LR"(E:\vm\отчёты\数据库.vhdx)", LR"(E:\vm\отчёты\😀 & co.vhdx)"}},
     };
 }
 

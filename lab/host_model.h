@@ -5,20 +5,17 @@
 #include <vector>
 
 #include "lab/deployment_model.h"
+#include "lab/machine.h"
+#include "lab/snapshots.h"
 
 // The host that the lab pretends to be. The machines are there from the beginning; every theme (snapshots, restore, tracking,
 // cluster, ...) adds its own part to host_model in a file of its own.
 namespace lab {
 
-struct machine_t {
-    std::wstring id;  // what the console calls "VM ID"
-    std::wstring name;
-    std::vector<std::wstring> files;  // full paths: configuration and disks
-};
-
 struct host_model {
     std::vector<machine_t> machines = default_machines();
     deployment_model_t deployment;
+    snapshots_t snapshots;
 
     // Throws exc::runtime_exc_t: "There is no virtual machine 'ID'."
     const machine_t& machine(const std::wstring& id) const;

@@ -1,0 +1,35 @@
+#include "lab/xml_text.h"
+
+#include <objbase.h>
+
+#include "foundation/convert.h"
+
+namespace lab {
+
+com_apartment::com_apartment() : entered_(SUCCEEDED(::CoInitializeEx(nullptr, COINIT_MULTITHREADED))) {}
+
+com_apartment::~com_apartment() {
+    if (entered_)
+        ::CoUninitialize();
+}
+
+std::wstring attribute_text(std::wstring_view name, std::wstring_view value) {
+    std::wstring text = L" " + std::wstring(name) + L"=\"";
+    for (const wchar_t c : value) {
+        if (c == L'&')
+            text += L"&amp;";
+        else if (c == L'<')
+            text += L"&lt;";
+        else if (c == L'"')
+            text += L"&quot;";
+        else
+            text += c;
+    }
+    return text + L'"';
+}
+
+std::wstring attribute_text(std::wstring_view name, const GUID& value) {
+    return attribute_text(name, text::widen(text::guid_text(value)));
+}
+
+}  // namespace lab

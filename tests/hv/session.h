@@ -1,0 +1,119 @@
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "KorvaProxyClient.h"
+#include "com/class_factory.h"
+#include "com/module.h"
+#include "foundation/automation.h"
+#include "foundation/com_ptr.h"
+#include "foundation/convert.h"
+#include "foundation/format.h"
+#include "lab/host_model.h"
+#include "lab/request_log.h"
+#include "lab/server.h"
+#include "logging/memory_receiver.h"
+#include "tests/foundation/com_thread.h"
+
+// A console's session with the lab, from COM to the wire and back: one lab for the whole program, a fresh model and log for
+// each test, and no object left at its end.
+namespace hv_tests {
+
+using lines_t = std::vector<std::string>;
+
+inline unsigned lab_port() {
+    static const lab::server server(lab::server_options{.deployment = false, .invoker = false});
+    return server.port();
+}
+
+// How a COM method ended: its result and, where it failed, the lines of the error object's description.
+struct outcome_t {
+    HRESULT result = S_OK;
+    lines_t lines;
+
+    bool operator==(const outcome_t&) const = default;
+};
+inline void PrintTo(const outcome_t& outcome, std::ostream* out) {
+    *out << text::hex8(static_cast<std::uint32_t>(outcome.result)) << ' ' << ::testing::PrintToString(outcome.lines);
+}
+
+inline lines_t split_lines(const std::string& text) {
+    lines_t lines;
+    for (std::size_t start = 0; start <= text.size();) {
+        const std::size_t end = std::min(text.find('\n', start), text.size());
+        lines.push_back(text.substr(start, end - start));
+        start = end + 1;
+    }
+    return lines;
+}
+
+inline outcome_t outcome(HRESULT result) {
+    outcome_t ended{result, {}};
+    win::com_ptr<IErrorInfo> info;
+    win::unique_bstr description;
+    if (FAILED(result) && ::GetErrorInfo(0, info.put()) == S_OK && info->GetDescription(description.put()) == S_OK)
+        ended.lines = split_lines(text::narrow(win::bstr_view(description.get())));
+    return ended;
+}
+
+// What a failing method leaves: DISP_E_EXCEPTION and these lines.
+inline outcome_t failed(lines_t lines) { return {DISP_E_EXCEPTION, std::move(lines)}; }
+inline outcome_t succeeded() { return {}; }
+
+// How the log shows an error.
+inline lines_t as_logged(lines_t lines) {
+    for (std::size_t i = 0; i < lines.size(); ++i)
+        lines[i].insert(0, i == 0 ? "ERR |" : ">>  |");
+    return lines;
+}
+
+inline win::unique_bstr bstr(std::wstring_view text) { return win::make_bstr(text); }
+
+// The texts of a caller's array, which is destroyed.
+inline std::vector<std::wstring> take_texts(SAFEARRAY* array) {
+    std::vector<std::wstring> texts;
+    if (!array)
+        return texts;
+    VARTYPE type = VT_EMPTY;
+    EXPECT_EQ(::SafeArrayGetVartype(array, &type), S_OK);
+    EXPECT_EQ(type, VT_BSTR);
+    BSTR* data = nullptr;
+    EXPECT_EQ(::SafeArrayAccessData(array, reinterpret_cast<void**>(&data)), S_OK);
+    for (ULONG i = 0; i < array->rgsabound[0].cElements; ++i)
+        texts.push_back(win::bstr_text(data[i]));
+    ::SafeArrayUnaccessData(array);
+    ::SafeArrayDestroy(array);
+    return texts;
+}
+
+class session : public com_thread {
+protected:
+    session() {
+        lab_port();
+        lab::reset();
+        lab::requests().take();
+    }
+    ~session() override { EXPECT_FALSE(com::module::in_use()) << "objects are left"; }
+
+    // An integrator that knows where the lab is. Wine's NTLM has no logon of the caller's own to show: it needs an account.
+    static win::com_ptr<IKorvaHvIntegrator> new_integrator() {
+        win::com_ptr<IClassFactory> factory;
+        win::com_ptr<IKorvaHvIntegrator> integrator;
+        EXPECT_EQ(com::get_class_object(CLSID_KorvaHvIntegrator, IID_IClassFactory, reinterpret_cast<void**>(factory.put())),
+                  S_OK);
+        EXPECT_EQ(factory->CreateInstance(nullptr, IID_IKorvaHvIntegrator, reinterpret_cast<void**>(integrator.put())), S_OK);
+        EXPECT_EQ(integrator->SetEndpoint(bstr(L"127.0.0.1").get(), static_cast<int>(lab_port())), S_OK);
+        EXPECT_EQ(integrator->SetAccount(bstr(L"LAB\\backup").get(), bstr(L"secret").get()), S_OK);
+        return integrator;
+    }
+
+    logging::captured_log_t log_;
+};
+
+}  // namespace hv_tests

@@ -1,0 +1,275 @@
+#include <functional>
+#include <ostream>
+
+#include "lab/failures.h"
+#include "tests/hv/backup.h"
+
+namespace hv_tests {
+namespace {
+
+using ::testing::ElementsAre;
+
+constexpr char remote_text[] = "отказ 拒绝 😀";
+
+// One method: what it sends, what it logs when it goes well, and what becomes of a failure that the host reports.
+struct method_t {
+    const char* name;
+    const char* procedure;  // that the lab is told to fail
+    std::function<HRESULT(backup_t&)> call;
+    lines_t requests;
+    lines_t log;
+    std::size_t starts;  // lines of the log that are there when the host fails
+    lines_t failure;     // lines above the host's own
+};
+void PrintTo(const method_t& method, std::ostream* out) { *out << method.name; }
+
+HRESULT started(backup_t& backup, HRESULT result, win::com_ptr<IKorvaHvAsyncOp>& operation) {
+    GUID id{};
+    if (operation && operation->get_OperationID(&id) == S_OK)
+        backup.new_id = text::guid_text(id);
+    EXPECT_EQ(static_cast<bool>(operation), SUCCEEDED(result));
+    return result;
+}
+
+const method_t methods[] = {
+    {"TestConnection",
+     "HvTestConnection",
+     [](backup_t& backup) { return backup.integrator->TestConnection(); },
+     {"HvTestConnection"},
+     {"Checking whether HvIntegration service is available on '127.0.0.1:{port}'.", "Test done."},
+     1,
+     {"Failed to check whether HvIntegration service is available on '127.0.0.1:{port}'."}},
+
+    {"Refresh",
+     "HvGetAsyncOpStatus",
+     [](backup_t& backup) { return backup.operation->Refresh(); },
+     {"HvGetAsyncOpStatus operation={operation}"},
+     {"Refreshing task state: 'on-host snapshot'. Task ID: '{operation}'. Host: '127.0.0.1'."},
+     1,
+     {"Failed to refresh state of the task 'on-host snapshot'. Task ID: '{operation}'. Host: '127.0.0.1'."}},
+
+    {"BeginSnapshotCreation",
+     "HvBeginSnapshotCreation",
+     [](backup_t& backup) {
+         win::com_ptr<IKorvaHvAsyncOp> operation;
+         const HRESULT result = backup.onhost->BeginSnapshotCreation(bstr(L"<Snapshot Fail='中'/>").get(), operation.put());
+         return started(backup, result, operation);
+     },
+     {"HvBeginSnapshotCreation specification=\"<Snapshot Fail='中'/>\""},
+     {"Sending request for onhost snapshot to server '127.0.0.1'. Snapshot spec: '<Snapshot Fail='中'/>'.",
+      "Request for onhost snapshot delivered to server '127.0.0.1'."},
+     1,
+     {"Failed to send request for onhost snapshot to server '127.0.0.1'."}},
+
+    {"BeginSnapshotCreationEx",
+     "HvBeginSnapshotCreationEx",
+     [](backup_t& backup) {
+         win::com_ptr<IKorvaHvAsyncOp> operation;
+         const HRESULT result = backup.onhost->BeginSnapshotCreationEx(bstr(L"<Snapshot/>").get(), bstr(L"Nightly").get(),
+                                                                       bstr(L"console-1").get(), operation.put());
+         return started(backup, result, operation);
+     },
+     {R"(HvBeginSnapshotCreationEx specification="<Snapshot/>" job="Nightly" console="console-1")"},
+     {"Sending request for onhost snapshot to server '127.0.0.1'. Snapshot spec: '<Snapshot/>'. Job: 'Nightly'.",
+      "Snapshot task was successfully created. Host:'127.0.0.1'. Task ID: '{new}'."},
+     1,
+     {"Failed to send request for onhost snapshot to server '127.0.0.1'."}},
+
+    {"GetSnapshotByOpID",
+     "HvGetSnapshotIDByOperationID",
+     [](backup_t& backup) {
+         win::com_ptr<IKorvaHvVssSnapshot> snapshot;
+         return backup.onhost->GetSnapshotByOpID(backup.operation_id, snapshot.put());
+     },
+     {"HvGetSnapshotIDByOperationID operation={operation}", "HvGetSnapshotInfo snapshot={snapshot}"},
+     {"Getting identifier of the snapshot ID by snapshot task ID ({operation}). Host: '127.0.0.1'.",
+      "Getting backup and writer documents for snapshot '{snapshot}'. Host: '127.0.0.1'.", "VSS metadata were received.",
+      "Matched snapshot ID: '{snapshot}'."},
+     1,
+     {"Failed to obtain snapshot ID by snapshot task ID '{operation}'."}},
+
+    {"GetSnapshotByOpID without documents",
+     "HvGetSnapshotInfo",
+     [](backup_t& backup) {
+         win::com_ptr<IKorvaHvVssSnapshot> snapshot;
+         return backup.onhost->GetSnapshotByOpID(backup.operation_id, snapshot.put());
+     },
+     {"HvGetSnapshotIDByOperationID operation={operation}", "HvGetSnapshotInfo snapshot={snapshot}"},
+     {"Getting identifier of the snapshot ID by snapshot task ID ({operation}). Host: '127.0.0.1'.",
+      "Getting backup and writer documents for snapshot '{snapshot}'. Host: '127.0.0.1'.", "VSS metadata were received.",
+      "Matched snapshot ID: '{snapshot}'."},
+     2,
+     {"Failed to obtain snapshot ID by snapshot task ID '{operation}'.",
+      "Failed to obtain VSS metadata for snapshot '{snapshot}'. Host: '127.0.0.1'."}},
+
+    {"BuildVmFilesXml",
+     "HvGetVMFilesList",
+     [](backup_t& backup) {
+         win::unique_bstr files;
+         lab::host()->snapshots.files_list_answer = L"<no list";
+         const HRESULT result = backup.snapshot->BuildVmFilesXml(bstr(vm).get(), files.put());
+         EXPECT_EQ(win::bstr_view(files.get()), SUCCEEDED(result) ? L"<no list" : L"");
+         return result;
+     },
+     {R"(HvGetVMFilesList snapshot={snapshot} vm="6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02")"},
+     {"Listing VM files (VmID: 6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02). Proxy: '127.0.0.1'.", "VM listing: '<no list'."},
+     1,
+     {"Getting list of VM files. VmID: '6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02'. Proxy: '127.0.0.1'."}},
+
+    {"EnumVmFiles",
+     "HvGetVMFilesList",
+     [](backup_t& backup) {
+         SAFEARRAY* files = nullptr;
+         lab::host()->snapshots.files_list_answer = L"<FilesList/>";
+         const HRESULT result = backup.snapshot->EnumVmFiles(bstr(vm).get(), &files);
+         EXPECT_EQ(files != nullptr, SUCCEEDED(result));
+         EXPECT_THAT(take_texts(files), ElementsAre());
+         return result;
+     },
+     {R"(HvGetVMFilesList snapshot={snapshot} vm="6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02")"},
+     {"Querying proxy to list VM files (VmID: '6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02').",
+      "Listing VM files (VmID: 6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02). Proxy: '127.0.0.1'.", "VM listing: '<FilesList/>'.",
+      "Number of VM files: [0]"},
+     2,
+     {"Failed to list VM files. VmID: '6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02'. Proxy: '127.0.0.1'.",
+      "Getting list of VM files. VmID: '6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02'. Proxy: '127.0.0.1'."}},
+
+    {"SetVmBackupStatus",
+     "HvSetVmBackupStatus",
+     [](backup_t& backup) { return backup.snapshot->SetVmBackupStatus(bstr(vm).get(), VARIANT_TRUE); },
+     {R"(HvSetVmBackupStatus snapshot={snapshot} vm="6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02" status=1)"},
+     {"Notifying proxy VSS about finished backup of VM '6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02'. Backup status: 'OK'. "
+      "Proxy: '127.0.0.1'.",
+      "VSS notification was delivered."},
+     1,
+     {"Failed to notify proxy VSS about finished backup. VmID: '6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02'. Proxy: '127.0.0.1'."}},
+
+    {"SetVmBackupStatus of a failure",
+     "HvSetVmBackupStatus",
+     [](backup_t& backup) { return backup.snapshot->SetVmBackupStatus(bstr(vm).get(), VARIANT_FALSE); },
+     {R"(HvSetVmBackupStatus snapshot={snapshot} vm="6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02" status=0)"},
+     {"Notifying proxy VSS about finished backup of VM '6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02'. Backup status: 'Fail'. "
+      "Proxy: '127.0.0.1'.",
+      "VSS notification was delivered."},
+     1,
+     {"Failed to notify proxy VSS about finished backup. VmID: '6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02'. Proxy: '127.0.0.1'."}},
+
+    {"CloseSnapshot on the host",
+     "HvCloseSnapshot",
+     [](backup_t& backup) { return backup.onhost->CloseSnapshot(backup.snapshot_id); },
+     {"HvCloseSnapshot snapshot={snapshot}"},
+     {"Closing on-host VSS snapshot with  ID '{snapshot}'. Host: '127.0.0.1'.", "Snapshot was successfully closed."},
+     1,
+     {"Failed to close snapshot '{snapshot}'."}},
+
+    {"BeginSnapshotImport",
+     "HvBeginSnapshotImport",
+     [](backup_t& backup) {
+         win::com_ptr<IKorvaHvAsyncOp> operation;
+         const HRESULT result = backup.offhost->BeginSnapshotImport(bstr(L"<BackupComponents><Shadow ID=\"a\"/>").get(),
+                                                                    bstr(L"a").get(), operation.put());
+         return started(backup, result, operation);
+     },
+     {R"(HvBeginSnapshotImport backup_document="<BackupComponents><Shadow ID=\"a\"/>" snapshot_ids="a")"},
+     {"Sending request to import VSS snapshot. Proxy: '127.0.0.1'.",
+      "Request to import VSS snapshot was sent to host '127.0.0.1'."},
+     1,
+     {"Failed to send request to import VSS snapshot. Host: '127.0.0.1'."}},
+
+    {"BeginSnapshotImportEx",
+     "HvBeginSnapshotImportEx",
+     [](backup_t& backup) {
+         win::com_ptr<IKorvaHvAsyncOp> operation;
+         const HRESULT result =
+             backup.offhost->BeginSnapshotImportEx(bstr(L"<BackupComponents><Shadow ID=\"a\"/>").get(), bstr(L"a").get(),
+                                                   bstr(L"Ночь").get(), bstr(L"console-1").get(), operation.put());
+         return started(backup, result, operation);
+     },
+     {R"(HvBeginSnapshotImportEx backup_document="<BackupComponents><Shadow ID=\"a\"/>" snapshot_ids="a" job="Ночь" console="console-1")"},
+     {"Sending request to import VSS snapshot. Proxy: '127.0.0.1'. Job: 'Ночь'.",
+      "Request to import VSS snapshot was sent to host '127.0.0.1'."},
+     1,
+     {"Failed to send request to import VSS snapshot. Proxy host: '127.0.0.1'."}},
+
+    {"ConvertOffhostPaths",
+     "HvConvertOffhostPaths",
+     [](backup_t& backup) {
+         SAFEARRAY* paths = nullptr;
+         const HRESULT result = backup.offhost->ConvertOffhostPaths(backup.imported_id, bstr(L"<FilesList/>").get(), &paths);
+         EXPECT_EQ(paths != nullptr, SUCCEEDED(result));
+         EXPECT_THAT(take_texts(paths), ElementsAre());
+         return result;
+     },
+     {R"(HvConvertOffhostPaths snapshot={imported} paths_xml="<FilesList/>")"},
+     {"Getting shadow paths for backups items. Proxy: '127.0.0.1'. Files: '<FilesList/>'.", "Shadow paths were received."},
+     1,
+     {"Failed to obtain shadow paths for backup items. Proxy: '127.0.0.1'."}},
+
+    {"ConvertOffhostPathsToXml",
+     "HvConvertOffhostPaths",
+     [](backup_t& backup) {
+         win::unique_bstr xml;
+         lab::host()->snapshots.files_list_answer = L"<no list";
+         const HRESULT result =
+             backup.offhost->ConvertOffhostPathsToXml(backup.imported_id, bstr(L"<FilesList/>").get(), xml.put());
+         EXPECT_EQ(win::bstr_view(xml.get()), SUCCEEDED(result) ? L"<no list" : L"") << "a malformed answer is not read";
+         return result;
+     },
+     {R"(HvConvertOffhostPaths snapshot={imported} paths_xml="<FilesList/>")"},
+     {"Getting shadow paths for backups items. Proxy: '127.0.0.1'. Files: '<FilesList/>'.", "Shadow paths were received."},
+     1,
+     {"Failed to obtain shadow paths for backup items. Proxy: '127.0.0.1'."}},
+
+    {"GetSnapshotIDByOperationID",
+     "HvGetSnapshotIDByOperationID",
+     [](backup_t& backup) {
+         GUID id{};
+         const HRESULT result = backup.offhost->GetSnapshotIDByOperationID(backup.import_id, &id);
+         EXPECT_EQ(id, SUCCEEDED(result) ? backup.imported_id : GUID{});
+         return result;
+     },
+     {"HvGetSnapshotIDByOperationID operation={import}"},
+     {"Getting snapshot ID by snapshot import task ID '{import}'.", "Snapshot ID: '{imported}'"},
+     1,
+     {"Failed to obtain snapshot ID by snapshot import task ID '{import}'. Proxy: '127.0.0.1'."}},
+
+    {"CloseSnapshot on the proxy",
+     "HvCloseSnapshot",
+     [](backup_t& backup) { return backup.offhost->CloseSnapshot(backup.imported_id); },
+     {"HvCloseSnapshot snapshot={imported}"},
+     {"Closing off-host VSS snapshot. Snapshot ID '{imported}'. Proxy: '127.0.0.1'.",
+      "Off-host snapshot '{imported}' was closed."},
+     1,
+     {"Failed to close snapshot with ID '{imported}'. Proxy: '127.0.0.1'."}},
+};
+
+class SnapshotMethods : public session, public ::testing::WithParamInterface<method_t> {};
+
+TEST_P(SnapshotMethods, SendLogAndFailExactlySo) {
+    const method_t& method = GetParam();
+    backup_t backup(new_integrator());
+    ASSERT_NO_FATAL_FAILURE(backup.take_snapshot());
+    ASSERT_NO_FATAL_FAILURE(backup.import_snapshot());
+    lab::requests().take();
+
+    lab::set_failure(method.procedure, remote_text);
+    log_.clear();
+    lines_t error = backup.filled(method.failure);
+    error.push_back(remote_text);
+    EXPECT_EQ(outcome(method.call(backup)), failed(error));
+    lines_t log = backup.filled(lines_t(method.log.begin(), method.log.begin() + static_cast<std::ptrdiff_t>(method.starts)));
+    // Where a step before the failing one succeeds, it has written no line of its own.
+    std::ranges::copy(as_logged(error), std::back_inserter(log));
+    EXPECT_EQ(log_.texts(), log);
+
+    lab::clear_failures();
+    lab::requests().take();
+    log_.clear();
+    EXPECT_EQ(outcome(method.call(backup)), succeeded());
+    EXPECT_EQ(log_.texts(), backup.filled(method.log));
+    EXPECT_EQ(lab::requests().take(), backup.filled(method.requests));
+}
+INSTANTIATE_TEST_SUITE_P(Hv, SnapshotMethods, ::testing::ValuesIn(methods));
+
+}  // namespace
+}  // namespace hv_tests
