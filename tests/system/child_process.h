@@ -1,0 +1,66 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <string>
+
+#include "foundation/convert.h"
+#include "foundation/handles.h"
+
+// A program from the folder of this test program, with its output read line by line. Ended, if it runs still, by the
+// destructor.
+class child_process {
+public:
+    child_process(const std::wstring& program, const std::wstring& arguments) {
+        wchar_t own_path[MAX_PATH] = {};
+        ::GetModuleFileNameW(nullptr, own_path, MAX_PATH);
+        const std::wstring folder(own_path, std::wstring_view(own_path).rfind(L'\\') + 1);
+        std::wstring command = L"\"" + folder + program + L"\" " + arguments;
+
+        SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+        win::unique_handle write_end;
+        EXPECT_TRUE(::CreatePipe(output_.put(), write_end.put(), &inherited, 0));
+        ::SetHandleInformation(output_.get(), HANDLE_FLAG_INHERIT, 0);
+        STARTUPINFOW start{};
+        start.cb = sizeof start;
+        start.dwFlags = STARTF_USESTDHANDLES;
+        start.hStdOutput = start.hStdError = write_end.get();
+        PROCESS_INFORMATION started{};
+        EXPECT_TRUE(::CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start, &started))
+            << text::narrow(command);
+        process_.reset(started.hProcess);
+        const win::unique_handle thread(started.hThread);
+    }
+    ~child_process() { end(); }
+    child_process(const child_process&) = delete;
+
+    // The output up to the line that holds the text, or all of it where the program ends before.
+    std::string read_until(std::string_view text) {
+        std::string read;
+        char c = 0;
+        DWORD got = 0;
+        while (::ReadFile(output_.get(), &c, 1, &got, nullptr) && got == 1) {
+            read += c;
+            if (c == '\n' && read.find(text) != std::string::npos)
+                break;
+        }
+        return read;
+    }
+    std::string read_all() { return read_until("\n\n\n(never)"); }
+
+    DWORD exit_code() {
+        DWORD code = STILL_ACTIVE;
+        ::WaitForSingleObject(process_.get(), 30000);
+        ::GetExitCodeProcess(process_.get(), &code);
+        return code;
+    }
+
+    void end() {
+        ::TerminateProcess(process_.get(), 99);
+        ::WaitForSingleObject(process_.get(), 30000);
+    }
+
+private:
+    win::unique_handle output_, process_;
+};
