@@ -27,4 +27,4 @@ std::vector<std::string> take_error_lines() {
 
 call_failed::call_failed(const char* call, HRESULT result) : call_(call), result_(result), lines_(take_error_lines()) {}
 
-void show(const char* method, const std::string& outcome) { std::printf("%-16s %s\n", method, outcome.c_str()); }
+void show(const char* method, const std::string& outcome) { std::printf("%-26s %s\n", method, outcome.c_str()); }

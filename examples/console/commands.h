@@ -14,3 +14,5 @@ struct command_t {
 std::span<const command_t> commands();
 
 void run_invoke(const options_t& options);
+void run_snapshot(const options_t& options);
+void run_import(const options_t& options);

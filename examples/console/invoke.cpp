@@ -7,6 +7,7 @@
 #include "commands.h"
 #include "foundation/automation.h"
 #include "foundation/format.h"
+#include "integrator.h"
 
 namespace {
 
@@ -31,7 +32,7 @@ unique_safe_array make_block(ULONG size) {
 
 void run_invoke(const options_t& options) {
     const win::unique_bstr version = win::make_bstr(L"6.0");
-    const win::unique_bstr host = win::make_bstr(options.host), account = win::make_bstr(options.account);
+    const win::unique_bstr host = win::make_bstr(options.host);
     const win::unique_bstr name = win::make_bstr(options.arguments.empty() ? L"GetHostInfo" : options.arguments[0]);
     const win::unique_bstr xml = win::make_bstr(options.arguments.size() < 2 ? L"<Host/>" : options.arguments[1]);
 
@@ -41,13 +42,7 @@ void run_invoke(const options_t& options) {
 
     check("SetEndpoint", invoker->SetEndpoint(host.get(), options.port));
     show("SetEndpoint", text::format("%1, port %2", options.host, options.port));
-    {
-        const win::secret_t password = read_password(options.account);
-        const win::unique_bstr password_text = win::make_bstr(password.text());
-        const HRESULT result = invoker->SetAccount(account.get(), password_text.get());
-        ::SecureZeroMemory(password_text.get(), ::SysStringByteLen(password_text.get()));
-        check("SetAccount", result);
-    }
+    set_account(invoker, options);
     show("SetAccount", text::format("%1", options.account));
 
     if (options.secure)
