@@ -1,8 +1,12 @@
 #include <gmock/gmock.h>
 
+#include <atomic>
+#include <thread>
+
 #include "foundation/errors.h"
 #include "foundation/system_text.h"
 #include "logging/memory_receiver.h"
+#include "rpc/commands/hv_tracking.h"
 #include "tests/rpc/played_platform.h"
 
 namespace {
@@ -118,6 +122,45 @@ TEST_F(Connect, AHostThatTheCodePageCannotHoldFailsClearly) {
     } catch (const exc::win_sys_exc_t& error) {
         EXPECT_EQ(error.code(), 1113u);
     }
+}
+
+// Real bindings to a port where nothing listens: every attempt fails, and every thread replaces the binding of all.
+TEST(ClosedPort, ThreadsThatReconnectAtOnceLeaveEveryCallItsBinding) {
+    const std::string wrapper = "RPC function call failed. Function name: [HvCtpInit]. Target machine: [127.0.0.1].\n";
+    std::atomic<int> made = 0, freed = 0, wrapped = 0;
+    {
+        auto functions = win::rpc::rpc_functions_t::real();
+        functions.binding_from_string_binding = [&](RPC_CSTR text, RPC_BINDING_HANDLE* handle) {
+            ++made;
+            return ::RpcBindingFromStringBindingA(text, handle);
+        };
+        functions.binding_free = [&](RPC_BINDING_HANDLE* handle) {
+            ++freed;
+            return ::RpcBindingFree(handle);
+        };
+        const auto client = win::rpc::make_integration_client(functions);
+        client->SetEndpoint(L"127.0.0.1", 1);
+        client->SetAccount(L".", L"tester", L"password");
+        client->retry_policy().wait = [](std::uint32_t) {};
+        client->retry_policy().limit = 3;
+        const auto calls = [&] {
+            for (int i = 0; i < 5; ++i) {
+                win::rpc::CHvCtpInitMethod command;
+                try {
+                    client->Call(command);
+                } catch (const exc::runtime_exc_t& error) {
+                    // The other text where another thread was about to replace the binding.
+                    for (const std::uint32_t status : {RPC_S_SERVER_UNAVAILABLE, ERROR_INVALID_HANDLE})
+                        wrapped += error.what() == wrapper + exc::system_error_text(status);
+                }
+            }
+        };
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 8; ++i)
+            threads.emplace_back(calls);
+    }
+    EXPECT_EQ(wrapped, 40);
+    EXPECT_EQ(made, freed);
 }
 
 }  // namespace

@@ -50,7 +50,10 @@ wchar_t* rpc_string(const wchar_t* text) {
     return static_cast<wchar_t*>(memcpy(MIDL_user_allocate(bytes), text, bytes));
 }
 
+// Wine's server half loses a send that meets another one on the same connection, and the thread that sent the reply before this
+// one may not be back yet: a short wait keeps the two apart. (watchdog_t helps where the wait was too short.)
 void note(rpc_call_result_t* result, std::string request) {
+    ::Sleep(5);
     const std::lock_guard guard(served().mutex);
     served().request = std::move(request);
     result->ok = served().failing ? 0 : 1;
@@ -71,6 +74,15 @@ server_t::server_t() {
     check(::RpcServerRegisterAuthInfoA(nullptr, RPC_C_AUTHN_WINNT, nullptr, nullptr), "authentication");
     check(::RpcServerListen(1, RPC_C_LISTEN_MAX_CALLS_DEFAULT, TRUE), "listen");
 }
+
+watchdog_t::watchdog_t()
+    : caller_(::OpenThread(THREAD_ALL_ACCESS, FALSE, ::GetCurrentThreadId())), thread_([this](std::stop_token stop) {
+          for (int ticks = 1; !stop.stop_requested(); ++ticks) {
+              ::Sleep(50);
+              if (ticks % 80 == 0)
+                  ::RpcCancelThreadEx(caller_.get(), 0);
+          }
+      }) {}
 
 server_t::~server_t() {
     ::RpcMgmtStopServerListening(nullptr);

@@ -5,6 +5,9 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <thread>
+
+#include "foundation/handles.h"
 
 // The three services inside this process, on a TCP port: each procedure notes its inputs and gives fixed outputs.
 namespace loopback {
@@ -13,6 +16,17 @@ struct server_t {
     server_t();
     ~server_t();
     std::uint32_t port = 0;
+};
+
+// Cancels the calling thread's remote call every four seconds: one that hangs ends with status 1726, and the client's rules
+// repeat it.
+class watchdog_t {
+public:
+    watchdog_t();
+
+private:
+    win::unique_handle caller_;
+    std::jthread thread_;
 };
 
 // The last request: the procedure's name and its inputs, joined by "|".

@@ -23,6 +23,7 @@ protected:
         for (const auto& client : {deployment_, integration_, invoker_}) {
             client->SetEndpoint(L"127.0.0.1", server_->port);
             client->SetAccount(L".", L"tester", L"password");
+            client->retry_policy().wait = [](std::uint32_t) {};
         }
     }
     void TearDown() override {
@@ -47,6 +48,7 @@ protected:
     }
 
     static loopback::server_t* server_;
+    loopback::watchdog_t watchdog_;
     std::shared_ptr<CRpcClientBase> deployment_ = make_deployment_client();
     std::shared_ptr<CRpcClientBase> integration_ = make_integration_client();
     std::shared_ptr<CRpcClientBase> invoker_ = make_invoker_client();
