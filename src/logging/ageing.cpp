@@ -1,6 +1,5 @@
 #include "logging/ageing.h"
 
-
 #include "foundation/convert.h"
 #include "foundation/errors.h"
 #include "foundation/format.h"
