@@ -19,6 +19,15 @@ std::vector<std::string> thrown(Step&& step) {
     return {"nothing"};
 }
 
+// The same, joined by line ends.
+template <class Step>
+std::string thrown_text(Step&& step) {
+    std::string text;
+    for (const std::string& line : thrown(step))
+        text += (text.empty() ? "" : "\n") + line;
+    return text;
+}
+
 // The code of the win_sys_exc_t that a step throws; none for another error.
 template <class Step>
 std::optional<DWORD> thrown_code(Step&& step) {
