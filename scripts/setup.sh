@@ -31,8 +31,10 @@ as_root() {
         exit 1
     fi
 }
+# Quiet, but what was said stays in build/apt.log.
 apt_install() {
-    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "$@" >/dev/null
+    mkdir -p build
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "$@" >>build/apt.log 2>&1
 }
 
 installed=$(dpkg-query -W -f '${db:Status-Status} ${Package}\n' | sed -n 's/^installed //p')
@@ -46,7 +48,7 @@ if [ ${#missing[@]} -gt 0 ]; then
     # A pinned version that the mirror no longer has must not stop a build: take the current one and say so.
     apt_install "${missing[@]}" || {
         echo "-- a pinned version is not to be had; installing the current ones"
-        apt_install "${missing[@]%%=*}"
+        apt_install "${missing[@]%%=*}" || { tail -n 20 build/apt.log >&2; exit 1; }
     }
     source scripts/env.sh  # finds Wine now
 fi
