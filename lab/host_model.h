@@ -4,9 +4,13 @@
 #include <string>
 #include <vector>
 
+#include "lab/change_tracking.h"
+#include "lab/cluster.h"
 #include "lab/deployment_model.h"
 #include "lab/machine.h"
+#include "lab/restore_sessions.h"
 #include "lab/snapshots.h"
+#include "lab/vss.h"
 
 // The host that the lab pretends to be. The machines are there from the beginning; every theme (snapshots, restore, tracking,
 // cluster, ...) adds its own part to host_model in a file of its own.
@@ -16,6 +20,10 @@ struct host_model {
     std::vector<machine_t> machines = default_machines();
     deployment_model_t deployment;
     snapshots_t snapshots;
+    restore_sessions_t restore;
+    change_tracking_t tracking;
+    cluster_t cluster;
+    vss_t vss;
 
     // Throws exc::runtime_exc_t: "There is no virtual machine 'ID'."
     const machine_t& machine(const std::wstring& id) const;

@@ -3,7 +3,9 @@
 #include "KorvaProxyClient.h"
 #include "com/class_factory.h"
 #include "com/co_korva_deployer.h"
+#include "com/co_korva_hv_cluster_manager.h"
 #include "com/co_korva_hv_integrator.h"
+#include "com/co_korva_vss_is_volumes_supported_request.h"
 #include "com/co_proxy_rpc_invoker.h"
 #include "com/co_vdisk_mount_manager.h"
 
@@ -23,6 +25,11 @@ const class_entry table[] = {
      L"KorvaProxyInvoker Class", create_instance<CCoProxyRpcInvoker>},
     {CLSID_KorvaVdiskMountManager, L"KorvaProxyClientDll.KorvaVdiskMountManag.1", L"KorvaProxyClientDll.KorvaVdiskMountManager",
      L"KorvaVdiskMountManager Class", create_instance<CCoVdiskMountManager>},
+    {CLSID_KorvaHvClusterManager, L"KorvaProxyClientDll.KorvaHvClusterManage.1", L"KorvaProxyClientDll.KorvaHvClusterManager",
+     L"KorvaHvClusterManager Class", create_instance<CCoKorvaHvClusterManager>},
+    {CLSID_KorvaVssIsVolumesSupportedRequest, L"KorvaProxyClientDll.KorvaVssIsVolumesSup.1",
+     L"KorvaProxyClientDll.KorvaVssIsVolumesSuppo", L"KorvaVssIsVolumesSupportedRequest Class",
+     create_instance<CCoKorvaVssIsVolumesSupportedRequest>},
 };
 
 }  // namespace

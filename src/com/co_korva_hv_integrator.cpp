@@ -1,7 +1,10 @@
 #include "com/co_korva_hv_integrator.h"
 
+#include "com/co_korva_hv_ctp_mngr.h"
 #include "com/co_korva_hv_offhost_vss.h"
 #include "com/co_korva_hv_onhost_vss.h"
+#include "com/co_korva_hv_restore_mngr.h"
+#include "com/co_korva_vss_info_collector.h"
 #include "com/create_internal.h"
 #include "foundation/automation.h"
 
@@ -25,7 +28,7 @@ STDMETHODIMP CCoKorvaHvIntegrator::TestConnection() {
 }
 
 STDMETHODIMP CCoKorvaHvIntegrator::get_VssInfoCollector(IKorvaVssInfoCollector** value) {
-    return guarded(out(value), [&] { throw exc::runtime_exc_t("The VSS information collector is not available yet."); });
+    return guarded(out(value), [&] { create_internal<CCoKorvaVssInfoCollector>(impl().VssInfo(), value); });
 }
 
 STDMETHODIMP CCoKorvaHvIntegrator::get_OnhostVss(IKorvaHvOnhostVss** value) {
@@ -37,11 +40,11 @@ STDMETHODIMP CCoKorvaHvIntegrator::get_OffhostVss(IKorvaHvOffhostVss** value) {
 }
 
 STDMETHODIMP CCoKorvaHvIntegrator::get_CtpMngr(IKorvaHvCtpMngr** value) {
-    return guarded(out(value), [&] { throw exc::runtime_exc_t("The change-tracking manager is not available yet."); });
+    return guarded(out(value), [&] { create_internal<CCoKorvaHvCtpMngr>(impl().CtpMngr(), value); });
 }
 
 STDMETHODIMP CCoKorvaHvIntegrator::get_RestoreMngr(IKorvaHvRestoreMngr** value) {
-    return guarded(out(value), [&] { throw exc::runtime_exc_t("The restore manager is not available yet."); });
+    return guarded(out(value), [&] { create_internal<CCoKorvaHvRestoreMngr>(impl().RestoreMngr(), value); });
 }
 
 STDMETHODIMP CCoKorvaHvIntegrator::SetRpcTimeout(int seconds) {

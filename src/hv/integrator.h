@@ -6,8 +6,11 @@
 #include <string_view>
 #include <utility>
 
+#include "hv/ctp_manager.h"
 #include "hv/offhost_vss.h"
 #include "hv/onhost_vss.h"
+#include "hv/restore_manager.h"
+#include "hv/vss_info.h"
 #include "rpc/client.h"
 
 namespace impl {
@@ -30,6 +33,9 @@ public:
     // A new object on every call.
     std::shared_ptr<CKorvaHvOnhostVss> OnhostVss() const { return std::make_shared<CKorvaHvOnhostVss>(client_); }
     std::shared_ptr<CKorvaHvOffhostVss> OffhostVss() const { return std::make_shared<CKorvaHvOffhostVss>(client_); }
+    std::shared_ptr<CKorvaVssInfo> VssInfo() const { return std::make_shared<CKorvaVssInfo>(client_); }
+    std::shared_ptr<CKorvaHvCtpMngr> CtpMngr() const { return std::make_shared<CKorvaHvCtpMngr>(client_); }
+    std::shared_ptr<CKorvaHvRestoreMngr> RestoreMngr() const { return std::make_shared<CKorvaHvRestoreMngr>(client_); }
 
 private:
     const std::shared_ptr<win::rpc::CRpcClientBase> client_;

@@ -101,15 +101,27 @@ protected:
     }
     ~session() override { EXPECT_FALSE(com::module::in_use()) << "objects are left"; }
 
+    // A new object of a creatable class.
+    template <class Interface>
+    static win::com_ptr<Interface> create(const CLSID& clsid) {
+        win::com_ptr<IClassFactory> factory;
+        win::com_ptr<Interface> object;
+        EXPECT_EQ(com::get_class_object(clsid, IID_IClassFactory, reinterpret_cast<void**>(factory.put())), S_OK);
+        EXPECT_EQ(factory->CreateInstance(nullptr, __uuidof(Interface), reinterpret_cast<void**>(object.put())), S_OK);
+        return object;
+    }
+
     // An integrator that knows where the lab is. Wine's NTLM has no logon of the caller's own to show: it needs an account.
     static win::com_ptr<IKorvaHvIntegrator> new_integrator() {
-        win::com_ptr<IClassFactory> factory;
-        win::com_ptr<IKorvaHvIntegrator> integrator;
-        EXPECT_EQ(com::get_class_object(CLSID_KorvaHvIntegrator, IID_IClassFactory, reinterpret_cast<void**>(factory.put())),
-                  S_OK);
-        EXPECT_EQ(factory->CreateInstance(nullptr, IID_IKorvaHvIntegrator, reinterpret_cast<void**>(integrator.put())), S_OK);
+        const auto integrator = create<IKorvaHvIntegrator>(CLSID_KorvaHvIntegrator);
         EXPECT_EQ(integrator->SetEndpoint(bstr(L"127.0.0.1").get(), static_cast<int>(lab_port())), S_OK);
         EXPECT_EQ(integrator->SetAccount(bstr(L"LAB\\backup").get(), bstr(L"secret").get()), S_OK);
+        return integrator;
+    }
+    // Whose connection has been made, so that no line about it stands in the log.
+    static win::com_ptr<IKorvaHvIntegrator> connected_integrator() {
+        auto integrator = new_integrator();
+        EXPECT_EQ(integrator->TestConnection(), S_OK);
         return integrator;
     }
 

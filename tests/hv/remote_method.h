@@ -1,0 +1,60 @@
+#pragma once
+
+#include <algorithm>
+#include <functional>
+#include <iterator>
+
+#include "lab/failures.h"
+#include "tests/hv/session.h"
+
+namespace hv_tests {
+
+// A host's own text, in several scripts.
+inline constexpr char remote_text[] = "отказ 拒绝 😀";
+
+// One method of an object over a connection: what it sends, what it logs when it goes well, and what becomes of a failure that
+// the host reports. Identifiers stand in the texts by names in braces, which the context fills in (`filled`).
+template <class Context>
+struct remote_method_t {
+    const char* name;
+    const char* procedure;  // that the lab is told to fail
+    std::function<HRESULT(Context&)> call;
+    lines_t requests;
+    lines_t log;
+    std::size_t starts;  // lines of the log that are there when the host fails
+    lines_t failure;     // lines above the host's own
+};
+
+// The method fails as the host does, then goes well.
+template <class Context>
+void play(const remote_method_t<Context>& method, Context& context, logging::captured_log_t& log) {
+    SCOPED_TRACE(method.name);
+    lab::set_failure(method.procedure, remote_text);
+    log.clear();
+    lines_t error = context.filled(method.failure);
+    error.push_back(remote_text);
+    EXPECT_EQ(outcome(method.call(context)), failed(error));
+    lines_t lines = context.filled(method.log);
+    lines.resize(method.starts);
+    std::ranges::copy(as_logged(error), std::back_inserter(lines));
+    EXPECT_EQ(log.texts(), lines);
+
+    lab::clear_failures();
+    lab::requests().take();
+    log.clear();
+    EXPECT_EQ(outcome(method.call(context)), succeeded());
+    EXPECT_EQ(log.texts(), context.filled(method.log));
+    EXPECT_EQ(lab::requests().take(), context.filled(method.requests));
+}
+
+// Puts values in the place of their names: {"{port}", "2600"}.
+using names_t = std::vector<std::pair<std::string, std::string>>;
+inline lines_t fill(lines_t lines, const names_t& names) {
+    for (std::string& line : lines)
+        for (const auto& [name, value] : names)
+            for (std::size_t at = 0; (at = line.find(name, at)) != std::string::npos; at += value.size())
+                line.replace(at, name.size(), value);
+    return lines;
+}
+
+}  // namespace hv_tests

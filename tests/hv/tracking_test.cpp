@@ -1,0 +1,373 @@
+#include "foundation/system_text.h"
+#include "tests/foundation/played_object.h"
+#include "tests/hv/remote_method.h"
+
+namespace hv_tests {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr GUID some_generation{0x12345678, 0x9abc, 0xdef0, {1, 2, 3, 4, 5, 6, 7, 8}};
+constexpr char some_generation_text[] = "12345678-9abc-def0-0102-030405060708";
+constexpr char creation_of_some_index[] = "Generation ID: [12345678-9abc-def0-0102-030405060708], Changes index: [65535]";
+
+// A tracked file in the course of its life.
+struct tracking_t {
+    explicit tracking_t(const win::com_ptr<IKorvaHvIntegrator>& integrator) {
+        EXPECT_EQ(integrator->get_CtpMngr(manager.put()), S_OK);
+    }
+    lines_t filled(lines_t lines) const {
+        return fill(std::move(lines), {{"{id}", std::to_string(file_id)}, {"{generation}", text::guid_text(generation)}});
+    }
+    // Takes the host's word for what a file is, for the texts to come.
+    void learn(IChangeIndex* index) { EXPECT_EQ(index->get_GenerationID(&generation), S_OK); }
+
+    win::com_ptr<IKorvaHvCtpMngr> manager;
+    ULONG file_id = 0;
+    GUID generation{};
+};
+using method_t = remote_method_t<tracking_t>;
+
+HRESULT check_index(tracking_t& tracking, HRESULT result, IChangeIndex* index, USHORT expected) {
+    EXPECT_EQ(index != nullptr, SUCCEEDED(result));
+    if (index) {
+        USHORT current = 0;
+        EXPECT_EQ(index->get_CurrentIndex(&current), S_OK);
+        EXPECT_EQ(current, expected);
+        tracking.learn(index);
+    }
+    return result;
+}
+
+HRESULT check_info(tracking_t& tracking, HRESULT result, IFileStandardInfo* info, USHORT expected_index) {
+    EXPECT_EQ(info != nullptr, SUCCEEDED(result));
+    if (info) {
+        win::com_ptr<IChangeIndex> index;
+        ULONG block_size = 0, options = 0;
+        win::unique_bstr name;
+        EXPECT_EQ(info->get_Index(index.put()), S_OK);
+        EXPECT_EQ(info->get_BlockSize(&block_size), S_OK);
+        EXPECT_EQ(info->get_CTPFileName(name.put()), S_OK);
+        EXPECT_EQ(info->get_FileOptions(&options), S_OK);
+        check_index(tracking, result, index.get(), expected_index);
+        EXPECT_EQ(block_size, 65536u);
+        EXPECT_EQ(win::bstr_text(name.get()), LR"(D:\vm\диск.vhd.ctp)");
+        EXPECT_EQ(options, 769u);
+    }
+    return result;
+}
+
+constexpr auto all_options = static_cast<EAddFileOptions>(AddFileOptCluster | AddFileOptCtUser | AddFileOptStoreWithFile);
+
+// In the order of a console.
+const method_t methods[] = {
+    {"Init", "HvCtpInit", [](tracking_t& tracking) { return tracking.manager->Init(); }, {"HvCtpInit"}, {"HCM: Init"}, 1, {}},
+    {"GetVersion",
+     "HvCtpGetDriverVersion",
+     [](tracking_t& tracking) {
+         USHORT compatible = 9, current = 9;
+         const HRESULT result = tracking.manager->GetVersion(&compatible, &current);
+         EXPECT_EQ(compatible, SUCCEEDED(result) ? 2 : 0);
+         EXPECT_EQ(current, SUCCEEDED(result) ? 5 : 0);
+         return result;
+     },
+     {"HvCtpGetDriverVersion"},
+     {"HCM: Get driver version", "HCM: Compatible version: [2], current version: [5]"},
+     1,
+     {}},
+    {"put_BasePath",
+     "HvCtpSetCTStorePath",
+     [](tracking_t& tracking) { return tracking.manager->put_BasePath(bstr(LR"(S:\Store)").get()); },
+     {R"(HvCtpSetCTStorePath path="S:\\Store")"},
+     {R"(HCM: Set CT store path: [S:\Store})"},
+     1,
+     {}},
+    {"get_BasePath",
+     "HvCtpGetCTStorePath",
+     [](tracking_t& tracking) {
+         win::unique_bstr path;
+         const HRESULT result = tracking.manager->get_BasePath(path.put());
+         EXPECT_EQ(win::bstr_text(path.get()), SUCCEEDED(result) ? LR"(S:\Store)" : L"");
+         return result;
+     },
+     {"HvCtpGetCTStorePath"},
+     {"HCM: Get CT store path", R"(HCM: CT store path: [S:\Store])"},
+     1,
+     {}},
+    {"AddFile",
+     "HvCtpAddFile",
+     [](tracking_t& tracking) {
+         win::com_ptr<IAddFileResult> added;
+         win::com_ptr<IChangeIndex> index;
+         const HRESULT result = tracking.manager->AddFile(bstr(LR"(D:\vm\диск.vhd)").get(), 65536, all_options, added.put());
+         if (SUCCEEDED(result)) {
+             EXPECT_EQ(added->get_FileID(&tracking.file_id), S_OK);
+             EXPECT_EQ(added->get_Index(index.put()), S_OK);
+         }
+         return check_index(tracking, result, index.get(), 0);
+     },
+     {R"(HvCtpAddFile name="D:\\vm\\диск.vhd" block_size=65536 options=769)"},
+     {R"(HCM: Register file for change tracking. Name: [D:\vm\диск.vhd], Block size: [65536], Options: [769])",
+      "KCI: Create instance", "Generation ID: [{generation}], Changes index: [0]", "KAF: Create instance", "File ID: [{id}]"},
+     1,
+     {}},
+    {"GetFileID",
+     "HvCtpGetFileID",
+     [](tracking_t& tracking) {
+         ULONG id = 77;
+         const HRESULT result = tracking.manager->GetFileID(bstr(LR"(D:\vm\диск.vhd)").get(), &id);
+         EXPECT_EQ(id, SUCCEEDED(result) ? tracking.file_id : 0);
+         return result;
+     },
+     {R"(HvCtpGetFileID name="D:\\vm\\диск.vhd")"},
+     {R"(HCM: Get file id by name: [D:\vm\диск.vhd])", "File ID: [{id}]"},
+     1,
+     {}},
+    {"GetFileName",
+     "HvCtpGetFileName",
+     [](tracking_t& tracking) {
+         win::unique_bstr name;
+         const HRESULT result = tracking.manager->GetFileName(tracking.file_id, name.put());
+         EXPECT_EQ(win::bstr_text(name.get()), SUCCEEDED(result) ? LR"(D:\vm\диск.vhd)" : L"");
+         return result;
+     },
+     {"HvCtpGetFileName file={id}"},
+     {"HCM: Get file name by id: [{id}]", R"(File name: [D:\vm\диск.vhd])"},
+     1,
+     {}},
+    {"GetFileCTndex",
+     "HvCtpGetFileIndex",
+     [](tracking_t& tracking) {
+         win::com_ptr<IChangeIndex> index;
+         const HRESULT result = tracking.manager->GetFileCTndex(tracking.file_id, index.put());
+         return check_index(tracking, result, index.get(), 0);
+     },
+     {"HvCtpGetFileIndex file={id}"},
+     {"HCM: Get file change tracking index: [{id}]", "KCI: Create instance",
+      "Generation ID: [{generation}], Changes index: [0]"},
+     1,
+     {}},
+    {"FlushFileChanges",
+     "HvCtpFlushFileChanges",
+     [](tracking_t& tracking) {
+         win::com_ptr<IFileStandardInfo> info;
+         const HRESULT result = tracking.manager->FlushFileChanges(tracking.file_id, info.put());
+         return check_info(tracking, result, info.get(), 1);
+     },
+     {"HvCtpFlushFileChanges file={id}"},
+     {"HCM: Flush file change tracking: [{id}]", "KCI: Create instance", "Generation ID: [{generation}], Changes index: [1]",
+      "KFSI: Create instance", R"(CTP file name: [D:\vm\диск.vhd.ctp], Block size: [65536], File options: [769])"},
+     1,
+     {}},
+    {"GetFileStandardInfo",
+     "HvCtpGetFileStandardInfo",
+     [](tracking_t& tracking) {
+         win::com_ptr<IFileStandardInfo> info;
+         const HRESULT result = tracking.manager->GetFileStandardInfo(tracking.file_id, info.put());
+         return check_info(tracking, result, info.get(), 1);
+     },
+     {"HvCtpGetFileStandardInfo file={id}"},
+     {"HCM: Get file standard info: [{id}]", "KCI: Create instance", "Generation ID: [{generation}], Changes index: [1]",
+      "KFSI: Create instance", R"(CTP file name: [D:\vm\диск.vhd.ctp], Block size: [65536], File options: [769])"},
+     1,
+     {}},
+    {"SetFileCTIndex of the console's own object",
+     "HvCtpSetFileIndex",
+     [](tracking_t& tracking) {
+         played_object index;
+         index[7] = [](void* value, void*, void*) { return *static_cast<GUID*>(value) = some_generation, S_OK; };
+         index[9] = [](void* value, void*, void*) { return *static_cast<USHORT*>(value) = 65535, S_OK; };
+         return tracking.manager->SetFileCTIndex(tracking.file_id, index.as<IChangeIndex>());
+     },
+     {"HvCtpSetFileIndex file={id} generation_id=12345678-9abc-def0-0102-030405060708 current_index=65535"},
+     {"KCI: Create instance", creation_of_some_index,
+      "HCM: Set file change tracking index: [{id}], Generation ID: [12345678-9abc-def0-0102-030405060708], Index: [65535]"},
+     3,
+     {}},
+    {"GetFileCache",
+     "HvCtpGetFileCache",
+     [](tracking_t& tracking) {
+         win::com_ptr<IFileCache> cache;
+         const HRESULT result = tracking.manager->GetFileCache(tracking.file_id, cache.put());
+         MIDL_uhyper flat = 0, indirect = 0;
+         if (SUCCEEDED(result)) {
+             EXPECT_EQ(cache->get_MaxFlatSize(&flat), S_OK);
+             EXPECT_EQ(cache->get_MaxIndirectSize(&indirect), S_OK);
+             EXPECT_EQ(flat, 1u << 20);
+             EXPECT_EQ(indirect, 16u << 20);
+         }
+         return result;
+     },
+     {"HvCtpGetFileCache file={id}"},
+     {"HCM: Get file caching settings: [{id}]", "KFK: Create instance",
+      "Max flat size: [1048576], Max indirect size: [16777216]"},
+     1,
+     {}},
+    {"SetFileCache of the console's own object",
+     "HvCtpSetFileCache",
+     [](tracking_t& tracking) {
+         played_object cache;
+         cache[7] = [](void* value, void*, void*) { return *static_cast<MIDL_uhyper*>(value) = 0x1'0000'0001, S_OK; };
+         cache[9] = [](void* value, void*, void*) { return *static_cast<MIDL_uhyper*>(value) = 0xffffffffffffffff, S_OK; };
+         return tracking.manager->SetFileCache(tracking.file_id, cache.as<IFileCache>());
+     },
+     {"HvCtpSetFileCache file={id} max_flat_size=4294967297 max_indirect_size=18446744073709551615"},
+     {"KFK: Create instance", "Max flat size: [4294967297], Max indirect size: [18446744073709551615]",
+      "HCM: Set file caching settings: [{id}], Max flat size: [4294967297], Max indirect size: [18446744073709551615]"},
+     3,
+     {}},
+    {"RemoveFile",
+     "HvCtpRemoveFile",
+     [](tracking_t& tracking) { return tracking.manager->RemoveFile(tracking.file_id, RemoveFileOptCluster); },
+     {"HvCtpRemoveFile file={id} options=1"},
+     {"HCM: De register file from change tracking. ID: [{id}], Options: [1]"},
+     1,
+     {}},
+};
+
+class Tracking : public session {
+protected:
+    // A manager that is initialised and tracks one file.
+    tracking_t with_file() {
+        tracking_t tracking(new_integrator());
+        win::com_ptr<IAddFileResult> added;
+        EXPECT_EQ(tracking.manager->Init(), S_OK);
+        EXPECT_EQ(tracking.manager->AddFile(bstr(L"D:\\a.vhd").get(), 512, AddFileOptNone, added.put()), S_OK);
+        EXPECT_EQ(added->get_FileID(&tracking.file_id), S_OK);
+        lab::requests().take();
+        log_.clear();
+        return tracking;
+    }
+};
+
+TEST_F(Tracking, MethodsSendLogAndFailExactlySo) {
+    const auto integrator = connected_integrator();
+    log_.clear();
+    tracking_t tracking(integrator);
+    EXPECT_THAT(log_.texts(), ElementsAre("HCM: Create instance"));
+    for (const method_t& method : methods)
+        play(method, tracking, log_);
+    log_.clear();
+    tracking.manager.reset();
+    EXPECT_THAT(log_.texts(), ElementsAre("HCM: Destroy instance"));
+}
+
+TEST_F(Tracking, InitIsSentOnceByEachManager) {
+    const auto integrator = new_integrator();
+    for (int round = 0; round < 2; ++round) {
+        tracking_t tracking(integrator);
+        lab::set_failure("HvCtpInit", remote_text);
+        EXPECT_EQ(outcome(tracking.manager->Init()), failed({remote_text}));
+        lab::clear_failures();
+        lab::requests().take();
+        log_.clear();
+        EXPECT_EQ(tracking.manager->Init(), S_OK) << "a failed one is tried again";
+        EXPECT_EQ(tracking.manager->Init(), S_OK);
+        EXPECT_THAT(log_.texts(), ElementsAre("HCM: Init", "HCM: Init"));
+        EXPECT_THAT(lab::requests().take(), ElementsAre("HvCtpInit"));
+    }
+}
+
+TEST_F(Tracking, AnIndexReachesTheHostOnlyWhenItIsWrittenBack) {
+    tracking_t tracking = with_file();
+    win::com_ptr<IChangeIndex> index;
+    ASSERT_EQ(tracking.manager->GetFileCTndex(tracking.file_id, index.put()), S_OK);
+    lab::requests().take();
+    EXPECT_EQ(index->put_GenerationID(some_generation), S_OK);
+    EXPECT_EQ(index->put_CurrentIndex(65535), S_OK);
+    EXPECT_THAT(lab::requests().take(), IsEmpty());
+    EXPECT_EQ(tracking.manager->SetFileCTIndex(tracking.file_id, index.get()), S_OK);
+    EXPECT_EQ(text::guid_text(lab::host()->tracking.file(tracking.file_id).generation_id), some_generation_text);
+
+    win::com_ptr<IFileCache> cache;
+    ASSERT_EQ(tracking.manager->GetFileCache(tracking.file_id, cache.put()), S_OK);
+    EXPECT_EQ(cache->put_MaxFlatSize(7), S_OK);
+    EXPECT_EQ(cache->put_MaxIndirectSize(8), S_OK);
+    EXPECT_EQ(tracking.manager->SetFileCache(tracking.file_id, cache.get()), S_OK);
+    EXPECT_EQ(lab::host()->tracking.file(tracking.file_id).max_indirect_size, 8u);
+}
+
+TEST_F(Tracking, AResultKeepsOneIndex) {
+    tracking_t tracking = with_file();
+    win::com_ptr<IFileStandardInfo> info;
+    win::com_ptr<IChangeIndex> index, again;
+    ASSERT_EQ(tracking.manager->GetFileStandardInfo(tracking.file_id, info.put()), S_OK);
+    ASSERT_EQ(info->get_Index(index.put()), S_OK);
+    EXPECT_EQ(index->put_CurrentIndex(3), S_OK);
+    ASSERT_EQ(info->get_Index(again.put()), S_OK);
+    USHORT current = 0;
+    EXPECT_EQ(again->get_CurrentIndex(&current), S_OK);
+    EXPECT_EQ(current, 3);
+}
+
+TEST_F(Tracking, AFailingPropertyOfTheConsolesObjectSendsNothing) {
+    tracking_t tracking = with_file();
+    constexpr HRESULT own_failure = 0x80040123;
+    const struct {
+        int good_slot;  // the property that is read before the failing one; 0: none
+        bool index;
+        const char* text;
+    } rows[] = {
+        {0, true, "Failed to get generation id"},
+        {7, true, "Failed to get current changes index"},
+        {0, false, "Failed to get max flat size"},
+        {7, false, "Failed to get max indirect size"},
+    };
+    for (const auto& row : rows) {
+        played_object source;
+        for (const int slot : {7, 9})
+            source[slot] = [&row, slot](void*, void*, void*) { return slot == row.good_slot ? S_OK : own_failure; };
+        log_.clear();
+        const HRESULT result = row.index ? tracking.manager->SetFileCTIndex(tracking.file_id, source.as<IChangeIndex>())
+                                         : tracking.manager->SetFileCache(tracking.file_id, source.as<IFileCache>());
+        const lines_t lines{exc::system_error_text(static_cast<std::uint32_t>(own_failure)), row.text};
+        EXPECT_EQ(outcome(result), (outcome_t{own_failure, lines}));
+        EXPECT_EQ(log_.texts(), as_logged(lines));
+    }
+    EXPECT_THAT(lab::requests().take(), IsEmpty());
+}
+
+TEST_F(Tracking, NullPointersDoNothing) {
+    tracking_t tracking = with_file();
+    IKorvaHvCtpMngr& manager = *tracking.manager.get();
+    USHORT version = 0;
+    EXPECT_EQ(manager.GetVersion(&version, nullptr), E_POINTER);
+    EXPECT_EQ(manager.GetVersion(nullptr, &version), E_POINTER);
+    EXPECT_EQ(manager.get_BasePath(nullptr), E_POINTER);
+    EXPECT_EQ(manager.AddFile(nullptr, 1, AddFileOptNone, nullptr), E_POINTER);
+    EXPECT_EQ(manager.GetFileID(nullptr, nullptr), E_POINTER);
+    EXPECT_EQ(manager.GetFileName(1, nullptr), E_POINTER);
+    EXPECT_EQ(manager.GetFileCTndex(1, nullptr), E_POINTER);
+    EXPECT_EQ(manager.SetFileCTIndex(1, nullptr), E_POINTER);
+    EXPECT_EQ(manager.GetFileStandardInfo(1, nullptr), E_POINTER);
+    EXPECT_EQ(manager.FlushFileChanges(1, nullptr), E_POINTER);
+    EXPECT_EQ(manager.GetFileCache(1, nullptr), E_POINTER);
+    EXPECT_EQ(manager.SetFileCache(1, nullptr), E_POINTER);
+    EXPECT_THAT(log_.texts(), IsEmpty());
+    EXPECT_THAT(lab::requests().take(), IsEmpty());
+}
+
+TEST_F(Tracking, AnAnswerWithoutItsRecordFails) {
+    tracking_t tracking = with_file();
+    lab::host()->tracking.null_records = true;
+    win::com_ptr<IAddFileResult> added;
+    win::com_ptr<IChangeIndex> index;
+    win::com_ptr<IFileStandardInfo> info;
+    win::com_ptr<IFileCache> cache;
+    const std::pair<const char*, HRESULT> calls[] = {
+        {"HvCtpAddFile", tracking.manager->AddFile(bstr(L"D:\\b.vhd").get(), 1, AddFileOptNone, added.put())},
+        {"HvCtpGetFileIndex", tracking.manager->GetFileCTndex(tracking.file_id, index.put())},
+        {"HvCtpGetFileStandardInfo", tracking.manager->GetFileStandardInfo(tracking.file_id, info.put())},
+        {"HvCtpFlushFileChanges", tracking.manager->FlushFileChanges(tracking.file_id, info.put())},
+        {"HvCtpGetFileCache", tracking.manager->GetFileCache(tracking.file_id, cache.put())},
+    };
+    for (const auto& [command, result] : calls)
+        EXPECT_EQ(result, DISP_E_EXCEPTION) << command;
+    EXPECT_FALSE(added || index || info || cache);
+    lab::host()->tracking.null_records = false;
+    EXPECT_EQ(outcome(tracking.manager->GetFileCache(tracking.file_id, cache.put())), succeeded());
+}
+
+}  // namespace
+}  // namespace hv_tests
