@@ -10,6 +10,16 @@ std::span<const command_t> commands() {
          run_snapshot},
         {L"import", "FOLDER  Imports the snapshot of FOLDER on a proxy and shows where the last machine's files are.",
          run_import},
+        {L"restore",
+         "FOLDER VMID [PATH]  Takes the Hyper-V writer through the restore of a machine of the snapshot in FOLDER, to where it "
+         "was "
+         "or to the folder PATH.",
+         run_restore},
+        {L"track", "FILE [BLOCKSIZE]  Tracks the changes of a disk file for a while.", run_track},
+        {L"cluster", "[RESOURCE...]  Lists a cluster's volumes; finds and refreshes clustered machines.", run_cluster},
+        {L"vss",
+         "[VOLUME...]  Lists the VSS providers, which of them can snapshot the volumes, and asks for the writer's document.",
+         run_vss},
     };
     return table;
 }

@@ -16,3 +16,7 @@ std::span<const command_t> commands();
 void run_invoke(const options_t& options);
 void run_snapshot(const options_t& options);
 void run_import(const options_t& options);
+void run_restore(const options_t& options);
+void run_track(const options_t& options);
+void run_cluster(const options_t& options);
+void run_vss(const options_t& options);

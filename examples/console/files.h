@@ -10,3 +10,9 @@ std::wstring read_file(const std::wstring& path);
 
 // An argument as it stands, or the content of FILE where it is "@FILE".
 std::wstring argument_text(const std::wstring& argument);
+
+// What the snapshot command saves in a folder: import and restore read it.
+inline constexpr wchar_t backup_file[] = L"\\backup.xml";
+inline constexpr wchar_t writers_file[] = L"\\writers.xml";
+inline constexpr wchar_t shadows_file[] = L"\\shadows.txt";
+inline constexpr wchar_t files_file[] = L"\\files.xml";  // of the last machine

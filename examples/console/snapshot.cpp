@@ -10,11 +10,6 @@
 
 namespace {
 
-// What the import of a snapshot needs, in the folder that the snapshot was saved to.
-constexpr wchar_t backup_file[] = L"\\backup.xml";
-constexpr wchar_t shadows_file[] = L"\\shadows.txt";
-constexpr wchar_t files_file[] = L"\\files.xml";  // of the last machine
-
 void show_paths(const char* method, const std::string& of, SAFEARRAY* taken) {
     BSTR* paths = nullptr;
     const ULONG count = taken->rgsabound[0].cElements;
@@ -75,6 +70,7 @@ void run_snapshot(const options_t& options) {
     show_size("BackupDocument", backup);
     show_size("WriterDocument", writers);
     write_file(folder + backup_file, win::bstr_view(backup.get()));
+    write_file(folder + writers_file, win::bstr_view(writers.get()));
     write_file(folder + shadows_file, win::bstr_view(shadows.get()));
 
     for (std::size_t i = 2; i < options.arguments.size(); ++i)

@@ -1,4 +1,4 @@
-# a backup: a snapshot of a host with its machines' files, its import on a proxy, and a snapshot that fails
+# a backup: a snapshot of a host, its import on a proxy, a restore, change tracking; and a snapshot that fails
 register_dll
 start_lab
 # The lab plays both machines: its port as the host's, then as the proxy's.
@@ -12,6 +12,19 @@ console 0 "${connection[@]}" snapshot "<Snapshot Polls='3'><VM ID='$web'/><VM ID
 
 say "The same snapshot imported on a proxy"
 console 0 "${connection[@]}" import "$(windows_path $out)"
+
+say "The last machine is restored to another folder"
+console 0 "${connection[@]}" restore "$(windows_path $out)" "$reports" 'R:\restored'
+
+say "A round of change tracking, as between two backups"
+console 0 "${connection[@]}" track 'D:\vm\web\system.vhd'
+
+say "The host's VSS set-up and its cluster"
+console 0 "${connection[@]}" vss 'C:\ClusterStorage\Volume1' 'D:\'
+console 0 "${connection[@]}" cluster 'Virtual Machine mail'
+
+say "A machine that the cluster does not know"
+console 1 "${connection[@]}" cluster 'Virtual Machine unknown'
 
 say "A snapshot that fails"
 console 1 "${connection[@]}" snapshot "<Snapshot Fail='The Hyper-V writer timed out.'/>" "$(windows_path $out)"
