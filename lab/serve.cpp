@@ -13,6 +13,14 @@ extern "C" void* __RPC_USER MIDL_user_allocate(std::size_t size);
 namespace lab {
 namespace {
 
+// Wine's RPC server sends a reply from the thread that ran the call, and the next call's thread on the same connection can meet
+// that unfinished send and wait for it for good. A pause lets the first one end. Windows needs none.
+void let_the_last_reply_leave() noexcept {
+    static const bool is_wine = ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+    if (is_wine)
+        ::Sleep(5);
+}
+
 void answer_failure(rpc_call_result_t* result, std::string_view text) noexcept {
     result->ok = 0;
     try {
@@ -39,6 +47,7 @@ void serve(rpc_call_result_t* result, const char* procedure, std::initializer_li
     } catch (const std::exception& error) {
         answer_failure(result, exc::message_of(error));
     }
+    let_the_last_reply_leave();
 }
 
 void decline(rpc_call_result_t* result, const char* procedure, std::initializer_list<value_t> values) noexcept {
