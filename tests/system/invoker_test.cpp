@@ -192,7 +192,7 @@ TEST_F(Invoker, IsDrivenByTheExampleConsole) {
     child_process failed(L"korva-console.exe", options + L"1 invoke");
     EXPECT_THAT(
         failed.read_all(),
-        HasSubstr("TestConnection   failed with HRESULT 0x80020009\r\n"
+        HasSubstr(" failed with HRESULT 0x80020009\r\n"
                   "    RPC function call failed. Function name: [InvokerTestConnection]. Target machine: [localhost].\r\n"
                   "    "));
     EXPECT_EQ(failed.exit_code(), 1u);
