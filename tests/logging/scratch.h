@@ -1,0 +1,83 @@
+#pragma once
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "foundation/convert.h"
+
+// A folder of the test's own; at the end nothing may still hold a file in it.
+class scratch_t {
+public:
+    scratch_t() {
+        std::filesystem::remove_all(folder_);
+        std::filesystem::create_directories(folder_);
+    }
+    ~scratch_t() {
+        std::error_code error;
+        std::filesystem::remove_all(folder_, error);
+        EXPECT_FALSE(error) << "a file is still open: " << error.message();
+    }
+    scratch_t(const scratch_t&) = delete;
+    scratch_t& operator=(const scratch_t&) = delete;
+
+    std::string folder() const { return text::narrow(folder_.wstring()); }
+    std::string operator/(const std::string& name) const { return folder() + "\\" + name; }
+
+private:
+    std::filesystem::path folder_ = std::filesystem::temp_directory_path() / "korva_logging_tests";
+};
+
+inline bool exists(const std::string& path) { return std::filesystem::exists(text::widen(path)); }
+
+inline std::string read_all(const std::string& path) {
+    std::ifstream file(std::filesystem::path(text::widen(path)), std::ios::binary | std::ios::ate);
+    std::string bytes(file ? static_cast<std::size_t>(file.tellg()) : 0, '\0');
+    file.seekg(0);
+    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    return bytes;
+}
+
+inline void write_all(const std::string& path, std::string_view bytes) {
+    std::ofstream(std::filesystem::path(text::widen(path)), std::ios::binary) << bytes;
+}
+
+// What can be read of an archive; `whole` tells whether it ends as an archive ends, its check sum right.
+inline std::string read_archive(const std::string& path, bool* whole = nullptr) {
+    std::string text;
+    if (const gzFile archive = ::gzopen_w(text::widen(path).c_str(), "rb")) {
+        std::string block(65536, '\0');
+        int got;
+        while ((got = ::gzread(archive, block.data(), static_cast<unsigned>(block.size()))) > 0)
+            text.append(block.data(), static_cast<std::size_t>(got));
+        const int end = ::gzclose(archive);
+        if (whole)
+            *whole = got == 0 && end == Z_OK;
+    } else if (whole) {
+        *whole = false;
+    }
+    return text;
+}
+
+inline void write_archive(const std::string& path, std::string_view text) {
+    const gzFile archive = ::gzopen_w(text::widen(path).c_str(), "wb1");
+    ::gzwrite(archive, text.data(), static_cast<unsigned>(text.size()));
+    ::gzclose(archive);
+}
+
+// Lines that all differ, at least `bytes` long.
+inline std::string numbered_lines(std::size_t bytes) {
+    std::string text;
+    text.reserve(bytes + 64);
+    for (std::uint32_t number = 1; text.size() < bytes; ++number)
+        text += "a line that tells its number: " + std::to_string(number) + "\r\n";
+    return text;
+}
