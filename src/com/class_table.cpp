@@ -6,6 +6,7 @@
 #include "com/co_korva_hv_cluster_manager.h"
 #include "com/co_korva_hv_integrator.h"
 #include "com/co_korva_vss_is_volumes_supported_request.h"
+#include "com/co_proxy_client_logging.h"
 #include "com/co_proxy_rpc_invoker.h"
 #include "com/co_vdisk_mount_manager.h"
 
@@ -17,6 +18,8 @@ namespace {
 // To add a class: write CCoX over impl::CX (com_object.h shows how), include its header above and add its row here. Its
 // registration, factory and unregistration follow from the row; its interface and coclass stand in the type library already.
 const class_entry table[] = {
+    {CLSID_KorvaProxyClientLogging, L"KorvaProxyClientDll.KorvaProxyClientLogging.1",
+     L"KorvaProxyClientDll.KorvaProxyClientLogging", L"KorvaProxyClientLogging Class", create_instance<CCoProxyClientLogging>},
     {CLSID_KorvaDeployer, L"KorvaProxyClientDll.KorvaDeployer.1", L"KorvaProxyClientDll.KorvaDeployer", L"KorvaDeployer Class",
      create_instance<CCoKorvaDeployer>},
     {CLSID_KorvaHvIntegrator, L"KorvaProxyClientDll.CoKorvaHvIntegrat.1", L"KorvaProxyClientDll.KorvaHvIntegrator",
