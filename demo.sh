@@ -1,11 +1,15 @@
 #!/usr/bin/env bash
-# Builds everything and shows the product at work: ./demo.sh [NAME], by default "invoke". What is on the screen is real traffic
-# and the log that the library wrote. The demos (scripts/demo/NAME.sh):
+# Builds everything and shows the product at work: ./demo.sh [NAME], by default "invoke" and then "snapshot". What is on the
+# screen is real traffic and the log that the library wrote. The demos (scripts/demo/NAME.sh):
 set -euo pipefail
 cd "$(dirname "$0")"
 source scripts/env.sh
 
-name=${1:-invoke}
+if [ $# = 0 ]; then
+    ./demo.sh invoke
+    exec ./demo.sh snapshot
+fi
+name=$1
 if [ ! -e "scripts/demo/$name.sh" ]; then
     sed -n '2,/^set/{/^set/d;s/^# \{0,1\}//p}' "$0" >&2
     for file in scripts/demo/*.sh; do
