@@ -7,18 +7,18 @@
 
 namespace win {
 
-bool name_less_t::operator()(const std::wstring& left, const std::wstring& right) const noexcept {
-    return ::CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(), static_cast<int>(right.size()),
-                                  TRUE) == CSTR_LESS_THAN;
+win_impersonation_tokens_map_t::~win_impersonation_tokens_map_t() {
+    if (!entries_.empty())  // an operation outlives the map
+        logging::error("Failed to destroy WinImpersonationTokensMap");
 }
 
-win_impersonation_tokens_map_t::~win_impersonation_tokens_map_t() {
-    try {
-        const std::lock_guard guard(lock_);
-        shares_.clear();
-    } catch (const std::exception& error) {
-        logging::error_with(error, "Failed to destroy WinImpersonationTokensMap");
-    }
+std::vector<win_impersonation_tokens_map_t::entry_t>::const_iterator win_impersonation_tokens_map_t::newest(
+    std::wstring_view share) const noexcept {
+    const auto found =
+        std::find_if(entries_.rbegin(), entries_.rend(), [share, thread = ::GetCurrentThreadId()](const entry_t& entry) {
+            return entry.thread == thread && same_name(entry.share, share);
+        });
+    return found == entries_.rend() ? entries_.end() : std::prev(found.base());
 }
 
 win_impersonation_tokens_map_t::token_t win_impersonation_tokens_map_t::find(std::wstring_view path) const {
@@ -26,34 +26,23 @@ win_impersonation_tokens_map_t::token_t win_impersonation_tokens_map_t::find(std
     if (share.empty())
         return nullptr;
     const std::lock_guard guard(lock_);
-    const auto found = shares_.find(std::wstring(share));
-    if (found == shares_.end())
+    const auto found = newest(share);
+    if (found == entries_.end())
         return nullptr;
     logging::debug("Found impersonation token for share [%1].", share);
-    const auto& entries = found->second;
-    const auto own = [thread = ::GetCurrentThreadId()](const entry_t& entry) { return entry.thread == thread; };
-    const auto newest = std::find_if(entries.rbegin(), entries.rend(), own);
-    return newest != entries.rend() ? newest->token : entries.back().token;
+    return found->token;
 }
 
 void win_impersonation_tokens_map_t::add(const std::wstring& share, token_t token) {
     const std::lock_guard guard(lock_);
-    std::vector<entry_t>& entries = shares_[share];
-    entries.push_back({::GetCurrentThreadId(), std::move(token)});
+    entries_.push_back({::GetCurrentThreadId(), share, std::move(token)});
 }
 
 void win_impersonation_tokens_map_t::remove(const std::wstring& share) noexcept {
     const std::lock_guard guard(lock_);
-    const auto found = shares_.find(share);
-    if (found == shares_.end())
-        return;
-    auto& entries = found->second;
-    const auto own = [thread = ::GetCurrentThreadId()](const entry_t& entry) { return entry.thread == thread; };
-    const auto newest = std::find_if(entries.rbegin(), entries.rend(), own);
-    if (newest != entries.rend())
-        entries.erase(std::next(newest).base());
-    if (entries.empty())
-        shares_.erase(found);
+    const auto found = newest(share);
+    if (found != entries_.end())
+        entries_.erase(found);
 }
 
 win_impersonation_tokens_map_t& impersonation_tokens() {

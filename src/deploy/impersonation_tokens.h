@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -15,12 +14,9 @@
 // Which user's token the process's file operations use on which share.
 namespace win {
 
-struct name_less_t {
-    bool operator()(const std::wstring& left, const std::wstring& right) const noexcept;  // case ignored
-};
-
-// One for the process. A share ("\\host\ADMIN$") may be registered several times, by operations of several threads on one host:
-// each thread sees its own registration, and one that has none sees the newest.
+// One for the process. A token is for the thread that registered it: an operation never acts as a user whom another thread's
+// operation on the same host was given. A share ("\\\\host\\ADMIN$", case ignored) may be registered several times; the newest
+// registration counts.
 class win_impersonation_tokens_map_t {
 public:
     using token_t = std::shared_ptr<const CImpersonator>;
@@ -30,7 +26,7 @@ public:
     win_impersonation_tokens_map_t(const win_impersonation_tokens_map_t&) = delete;
     win_impersonation_tokens_map_t& operator=(const win_impersonation_tokens_map_t&) = delete;
 
-    // The token for the share that the path lies under; null where there is none.
+    // The calling thread's token for the share that the path lies under; null where there is none.
     token_t find(std::wstring_view path) const;
 
     void add(const std::wstring& share, token_t token);
@@ -40,11 +36,14 @@ public:
 private:
     struct entry_t {
         DWORD thread;
+        std::wstring share;
         token_t token;
     };
 
+    std::vector<entry_t>::const_iterator newest(std::wstring_view share) const noexcept;
+
     mutable std::recursive_mutex lock_;
-    std::map<std::wstring, std::vector<entry_t>, name_less_t> shares_;
+    std::vector<entry_t> entries_;
 };
 
 win_impersonation_tokens_map_t& impersonation_tokens();

@@ -91,7 +91,7 @@ TEST_F(Impersonation, AnOperationInsideASessionOrAnotherOperationLeavesTheOuterO
     EXPECT_EQ(host.acting_as, nullptr);
 }
 
-TEST_F(Impersonation, EachThreadSeesItsOwnRegistrationOfAShareAndElseTheNewest) {
+TEST_F(Impersonation, AThreadNeverSeesAnothersRegistrationOfAShare) {
     const std::wstring share = L"\\\\host\\ADMIN$";
     const auto mine = a_user();
     const auto theirs = a_user();
@@ -99,14 +99,28 @@ TEST_F(Impersonation, EachThreadSeesItsOwnRegistrationOfAShareAndElseTheNewest) 
     {
         const win::registered_share_t registered(share, mine);
         std::thread([&] {
-            EXPECT_EQ(found(), mine);
-            const win::registered_share_t own(share, theirs);
+            EXPECT_EQ(found(), nullptr);
+            const win::registered_share_t first(share, mine);
+            const win::registered_share_t newest(share, theirs);
             EXPECT_EQ(found(), theirs);
-            std::thread([&] { EXPECT_EQ(found(), theirs); }).join();
         }).join();
         EXPECT_EQ(found(), mine);
     }
     EXPECT_EQ(found(), nullptr);
+}
+
+TEST_F(Impersonation, AMapThatGoesBeforeItsOperationsIsTold) {
+    const std::wstring share = L"\\\\host\\ADMIN$";
+    const auto use = [&](bool give_back) {
+        win::win_impersonation_tokens_map_t map;
+        map.add(share, a_user());
+        if (give_back)
+            map.remove(share);
+    };
+    use(true);
+    EXPECT_THAT(log.texts(), IsEmpty());
+    use(false);
+    EXPECT_THAT(log.texts(), ElementsAre("ERR |Failed to destroy WinImpersonationTokensMap"));
 }
 
 TEST_F(Impersonation, AnOperationThatCannotImpersonateFailsAndIsNotCounted) {
