@@ -41,7 +41,7 @@ void s_HvGetSnapshotInfo(handle_t, const GUID* snapshot, hv_snapshot_info_t** in
         if (host->snapshots.null_documents)
             return;
         (*info)->backup_document = lab::copy_text(lab::backup_document(found));
-        (*info)->writer_document = lab::copy_text(lab::writer_document(found));
+        (*info)->writer_document = lab::copy_text(lab::writer_document(found.machines));
         (*info)->transportable_info = lab::copy_text(lab::transportable_info(found));
     });
 }

@@ -5,24 +5,13 @@
 #include "foundation/convert.h"
 #include "lab/host_model.h"
 #include "lab/serve.h"
+#include "lab/snapshot_documents.h"
 #include "lab/xml_text.h"
 #include "stubs/hv_integration.h"
 
 namespace {
 
 std::wstring name_of(const hv_volume_t& volume) { return volume.name ? volume.name : L""; }
-
-// Every machine of the host with its files.
-std::wstring writer_document(const std::vector<lab::machine_t>& machines) {
-    std::wstring xml = L"<WriterMetadata Writer=\"Hyper-V VSS Writer\">";
-    for (const lab::machine_t& machine : machines) {
-        xml += L"<Component" + lab::attribute_text(L"ID", machine.id) + lab::attribute_text(L"Name", machine.name) + L">";
-        for (const std::wstring& file : machine.files)
-            xml += L"<File" + lab::attribute_text(L"Path", file) + L"/>";
-        xml += L"</Component>";
-    }
-    return xml + L"</WriterMetadata>";
-}
 
 }  // namespace
 
@@ -70,6 +59,6 @@ void s_HvVssIsVolumesSupported(handle_t, ULONG count, const hv_volume_t* volumes
 void s_HvVssCollectWriterDoc(handle_t, wchar_t** document, rpc_call_result_t* result) {
     lab::serve(result, "HvVssCollectWriterDoc", {}, [&] {
         const auto model = lab::host();
-        *document = lab::copy_text(model->vss.document.value_or(writer_document(model->machines)));
+        *document = lab::copy_text(model->vss.document.value_or(lab::writer_document(model->machines)));
     });
 }

@@ -98,10 +98,10 @@ std::wstring backup_document(const snapshot_t& snapshot) {
     return xml + L"</BackupComponents>";
 }
 
-std::wstring writer_document(const snapshot_t& snapshot) {
+std::wstring writer_document(const std::vector<machine_t>& machines) {
     std::wstring xml = L"<WriterMetadata Writer=\"Hyper-V VSS Writer\">";
-    for (const machine_t& machine : snapshot.machines) {
-        xml += L"<Component" + attribute_text(L"ID", machine.id) + L">";
+    for (const machine_t& machine : machines) {
+        xml += L"<Component" + attribute_text(L"ID", machine.id) + attribute_text(L"Name", machine.name) + L">";
         for (const std::wstring& file : machine.files)
             xml += L"<File" + attribute_text(L"Path", file) + L"/>";
         xml += L"</Component>";

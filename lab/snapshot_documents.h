@@ -25,7 +25,8 @@ std::wstring shadow_device(unsigned number);
 const machine_t& machine_of(const snapshot_t& snapshot, const std::wstring& vm);
 
 std::wstring backup_document(const snapshot_t& snapshot);
-std::wstring writer_document(const snapshot_t& snapshot);
+// The Hyper-V writer's: the machines with their files.
+std::wstring writer_document(const std::vector<machine_t>& machines);
 // One identifier for each volume that holds a machine's file, separated by ";".
 std::wstring transportable_info(const snapshot_t& snapshot);
 

@@ -44,20 +44,13 @@ struct backup_t {
     }
 
     // Puts this backup's identifiers in the place of their names.
-    std::string filled(std::string text) const {
-        const std::pair<const char*, std::string> names[] = {
-            {"{port}", std::to_string(lab_port())},       {"{operation}", text::guid_text(operation_id)},
-            {"{snapshot}", text::guid_text(snapshot_id)}, {"{import}", text::guid_text(import_id)},
-            {"{imported}", text::guid_text(imported_id)}, {"{new}", new_id}};
-        for (const auto& [name, value] : names)
-            for (std::size_t at; (at = text.find(name)) != std::string::npos;)
-                text.replace(at, std::string_view(name).size(), value);
-        return text;
-    }
     lines_t filled(lines_t lines) const {
-        for (std::string& line : lines)
-            line = filled(line);
-        return lines;
+        return fill(std::move(lines), {{"{port}", std::to_string(lab_port())},
+                                       {"{operation}", text::guid_text(operation_id)},
+                                       {"{snapshot}", text::guid_text(snapshot_id)},
+                                       {"{import}", text::guid_text(import_id)},
+                                       {"{imported}", text::guid_text(imported_id)},
+                                       {"{new}", new_id}});
     }
 
     win::com_ptr<IKorvaHvIntegrator> integrator;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 #include <iterator>
+#include <ostream>
 
 #include "lab/failures.h"
 #include "tests/hv/session.h"
@@ -25,6 +26,11 @@ struct remote_method_t {
     lines_t failure;     // lines above the host's own
 };
 
+template <class Context>
+void PrintTo(const remote_method_t<Context>& method, std::ostream* out) {
+    *out << method.name;
+}
+
 // The method fails as the host does, then goes well.
 template <class Context>
 void play(const remote_method_t<Context>& method, Context& context, logging::captured_log_t& log) {
@@ -45,16 +51,6 @@ void play(const remote_method_t<Context>& method, Context& context, logging::cap
     EXPECT_EQ(outcome(method.call(context)), succeeded());
     EXPECT_EQ(log.texts(), context.filled(method.log));
     EXPECT_EQ(lab::requests().take(), context.filled(method.requests));
-}
-
-// Puts values in the place of their names: {"{port}", "2600"}.
-using names_t = std::vector<std::pair<std::string, std::string>>;
-inline lines_t fill(lines_t lines, const names_t& names) {
-    for (std::string& line : lines)
-        for (const auto& [name, value] : names)
-            for (std::size_t at = 0; (at = line.find(name, at)) != std::string::npos; at += value.size())
-                line.replace(at, name.size(), value);
-    return lines;
 }
 
 }  // namespace hv_tests

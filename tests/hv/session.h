@@ -66,6 +66,16 @@ inline outcome_t outcome(HRESULT result) {
 inline outcome_t failed(lines_t lines) { return {DISP_E_EXCEPTION, std::move(lines)}; }
 inline outcome_t succeeded() { return {}; }
 
+// Puts values in the place of their names: {"{port}", "2600"}.
+using names_t = std::vector<std::pair<std::string, std::string>>;
+inline lines_t fill(lines_t lines, const names_t& names) {
+    for (std::string& line : lines)
+        for (const auto& [name, value] : names)
+            for (std::size_t at = 0; (at = line.find(name, at)) != std::string::npos; at += value.size())
+                line.replace(at, name.size(), value);
+    return lines;
+}
+
 // How the log shows an error.
 inline lines_t as_logged(lines_t lines) {
     for (std::size_t i = 0; i < lines.size(); ++i)

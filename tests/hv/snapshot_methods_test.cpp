@@ -1,27 +1,12 @@
-#include <functional>
-#include <ostream>
-
-#include "lab/failures.h"
 #include "tests/hv/backup.h"
+#include "tests/hv/remote_method.h"
 
 namespace hv_tests {
 namespace {
 
 using ::testing::ElementsAre;
 
-constexpr char remote_text[] = "отказ 拒绝 😀";
-
-// One method: what it sends, what it logs when it goes well, and what becomes of a failure that the host reports.
-struct method_t {
-    const char* name;
-    const char* procedure;  // that the lab is told to fail
-    std::function<HRESULT(backup_t&)> call;
-    lines_t requests;
-    lines_t log;
-    std::size_t starts;  // lines of the log that are there when the host fails
-    lines_t failure;     // lines above the host's own
-};
-void PrintTo(const method_t& method, std::ostream* out) { *out << method.name; }
+using method_t = remote_method_t<backup_t>;
 
 HRESULT started(backup_t& backup, HRESULT result, win::com_ptr<IKorvaHvAsyncOp>& operation) {
     GUID id{};
@@ -246,28 +231,10 @@ const method_t methods[] = {
 class SnapshotMethods : public session, public ::testing::WithParamInterface<method_t> {};
 
 TEST_P(SnapshotMethods, SendLogAndFailExactlySo) {
-    const method_t& method = GetParam();
     backup_t backup(new_integrator());
     ASSERT_NO_FATAL_FAILURE(backup.take_snapshot());
     ASSERT_NO_FATAL_FAILURE(backup.import_snapshot());
-    lab::requests().take();
-
-    lab::set_failure(method.procedure, remote_text);
-    log_.clear();
-    lines_t error = backup.filled(method.failure);
-    error.push_back(remote_text);
-    EXPECT_EQ(outcome(method.call(backup)), failed(error));
-    lines_t log = backup.filled(lines_t(method.log.begin(), method.log.begin() + static_cast<std::ptrdiff_t>(method.starts)));
-    // Where a step before the failing one succeeds, it has written no line of its own.
-    std::ranges::copy(as_logged(error), std::back_inserter(log));
-    EXPECT_EQ(log_.texts(), log);
-
-    lab::clear_failures();
-    lab::requests().take();
-    log_.clear();
-    EXPECT_EQ(outcome(method.call(backup)), succeeded());
-    EXPECT_EQ(log_.texts(), backup.filled(method.log));
-    EXPECT_EQ(lab::requests().take(), backup.filled(method.requests));
+    play(GetParam(), backup, log_);
 }
 INSTANTIATE_TEST_SUITE_P(Hv, SnapshotMethods, ::testing::ValuesIn(methods));
 
