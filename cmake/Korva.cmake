@@ -39,7 +39,8 @@ function(korva_test name)
   # comparison in the object, where it clashes with the one in GCC's own library.
   target_compile_options(${name}_tests PRIVATE $<$<CXX_COMPILER_ID:GNU>:-O0>)
   if(NOT KORVA_CLANG_CXX) # the second compiler sees whether each file includes what it uses
-    target_precompile_headers(${name}_tests PRIVATE <gmock/gmock.h> <windows.h>)
+    target_precompile_headers(${name}_tests PRIVATE "$<$<COMPILE_LANGUAGE:CXX>:<gmock/gmock.h$<ANGLE-R>>"
+                              "$<$<COMPILE_LANGUAGE:CXX>:<windows.h$<ANGLE-R>>")
   endif()
   add_test(NAME ${name} COMMAND ${name}_tests)
   # "cases": takes a filter of case names. A hang ends with the time-out, not with the day.
