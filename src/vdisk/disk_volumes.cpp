@@ -31,8 +31,6 @@ bool device_number(std::wstring volume, STORAGE_DEVICE_NUMBER& number) {
            number.DeviceType == FILE_DEVICE_DISK;
 }
 
-bool is_folder_there(const std::wstring& path) { return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
-
 }  // namespace
 
 std::vector<disk_volume_t> find_disk_volumes(DWORD disk_number) {
@@ -53,16 +51,16 @@ std::vector<disk_volume_t> find_disk_volumes(DWORD disk_number) {
 }
 
 volume_mount_t::volume_mount_t(const mount_point_functions_t& functions, std::wstring path, const disk_volume_t& volume)
-    : functions_(functions), path_(std::move(path)), made_folder_(false) {
+    : functions_(functions), path_(std::move(path)) {
     const bool is_drive = path_.size() == 3;
-    if (!is_drive && !is_folder_there(path_)) {
-        if (!::CreateDirectoryW(path_.c_str(), nullptr)) {
-            const DWORD error = ::GetLastError();
+    if (!is_drive) {
+        made_folder_ = ::CreateDirectoryW(path_.c_str(), nullptr);
+        const DWORD error = ::GetLastError();
+        if (!made_folder_ && error != ERROR_ALREADY_EXISTS)
             throw exc::win_sys_exc_t(text::format("Failed to create folder '%1'.", path_), error);
-        }
-        made_folder_ = true;
     }
-    if (!functions_.set_mount_point(path_.c_str(), volume.name.c_str())) {
+    mounted_ = functions_.set_mount_point(path_.c_str(), volume.name.c_str());
+    if (!mounted_) {
         const DWORD error = ::GetLastError();
         remove_folder();
         throw exc::win_sys_exc_t(text::format("Failed to mount volume '%1' at '%2'.", volume.name, path_), error);
@@ -70,8 +68,22 @@ volume_mount_t::volume_mount_t(const mount_point_functions_t& functions, std::ws
 }
 
 volume_mount_t::~volume_mount_t() {
-    if (!functions_.delete_mount_point(path_.c_str()))
-        logging::warning("Failed to remove mount point '%1'. Error code: '%2'.", path_, ::GetLastError());
+    try {
+        unmount();
+    } catch (const std::exception& error) {
+        logging::error_with(error, "A volume stays mounted.");
+    }
+}
+
+void volume_mount_t::unmount() {
+    if (!mounted_)
+        return;
+    if (!functions_.delete_mount_point(path_.c_str())) {
+        const DWORD error = ::GetLastError();
+        if (error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND && error != ERROR_NOT_A_REPARSE_POINT)
+            throw exc::win_sys_exc_t(text::format("Failed to remove mount point '%1'.", path_), error);
+    }
+    mounted_ = false;
     remove_folder();
 }
 

@@ -10,8 +10,8 @@ namespace impl::vdmount {
 std::wstring fold_case(std::wstring_view name) {
     std::wstring folded(name.size(), L'\0');
     const int size = static_cast<int>(name.size());
-    if (size > 0 && ::LCMapStringEx(LOCALE_NAME_USER_DEFAULT, LCMAP_LOWERCASE | LCMAP_LINGUISTIC_CASING, name.data(), size,
-                                    folded.data(), size, nullptr, nullptr, 0) != size) {
+    if (size > 0 && ::LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_LOWERCASE, name.data(), size, folded.data(), size, nullptr,
+                                    nullptr, 0) != size) {
         const DWORD error = ::GetLastError();
         throw exc::win_sys_exc_t(text::format("Failed to fold the case of '%1'.", name), error);
     }

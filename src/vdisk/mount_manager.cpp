@@ -49,7 +49,7 @@ bool CVDiskMountManager::IsSupportedVhdMount() {
         VhdMounter();
         return true;
     } catch (const std::exception& error) {
-        logging::debug("VHD mounting is not supported: %1", exc::message_of(error));
+        logging::debug("VHD mounting is not supported: %1", error.what());
         return false;
     }
 }

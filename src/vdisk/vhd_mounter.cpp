@@ -11,17 +11,26 @@ namespace {
 
 wchar_t free_drive_letter(const mount_point_functions_t& functions) {
     const DWORD used = functions.logical_drives();
+    if (used == 0)
+        exc::throw_last_error("Failed to get the drive letters in use.");
     for (wchar_t letter = L'D'; letter <= L'Z'; ++letter)
         if ((used & (1u << (letter - L'A'))) == 0)
             return letter;
     throw exc::runtime_exc_t("There is no free drive letter.");
 }
 
+// Anything else would mount below the process's current drive or folder.
+bool is_full_path(std::wstring_view path) {
+    return path.starts_with(L"\\\\?\\") || (path.size() >= 3 && path.substr(1, 2) == L":\\");
+}
+
 }  // namespace
 
 struct CVhdMounter::mounted_disk_t {
-    mounted_disk_t(const virtual_disk_functions_t& library, const std::wstring& path) : disk(library, path) {}
+    mounted_disk_t(const virtual_disk_functions_t& library, std::wstring vhd_path)
+        : path(std::move(vhd_path)), disk(library, path) {}
 
+    const std::wstring path;
     attached_disk_t disk;
     std::deque<volume_mount_t> mounts;  // go before the disk does
 };
@@ -31,6 +40,9 @@ CVhdMounter::CVhdMounter(vhd_platform_t platform) : platform_(std::move(platform
 CVhdMounter::~CVhdMounter() = default;
 
 void CVhdMounter::Mount(const std::wstring& vhd_path, const std::wstring& mount_folder_root) {
+    if (!is_full_path(mount_folder_root))
+        throw exc::runtime_exc_t(text::format("Failed to mount virtual disk '%1': mount folder root '%2' is not a full path.",
+                                              vhd_path, mount_folder_root));
     const std::wstring root = mount_folder_root.ends_with(L'\\') ? mount_folder_root : mount_folder_root + L'\\';
     mount_volumes(vhd_path,
                   [&](const disk_volume_t& volume) { return root + L"Volume" + std::to_wstring(volume.partition) + L'\\'; });
@@ -67,23 +79,27 @@ void CVhdMounter::mount_volumes(const std::wstring& vhd_path,
 }
 
 std::vector<disk_volume_t> CVhdMounter::wait_for_volumes(DWORD disk_number) const {
-    // Complete when a second look finds no more than the first.
-    std::size_t known = 0;
-    for (std::uint32_t attempt = 0; attempt < platform_.volumes.attempts; ++attempt) {
-        if (attempt > 0)
+    std::vector<disk_volume_t> volumes;
+    std::uint32_t unchanged = 0;
+    for (std::uint32_t look = 0; look < platform_.volumes.attempts && unchanged < platform_.looks_without_change; ++look) {
+        if (look > 0)
             platform_.volumes.wait(platform_.volumes.interval_ms);
-        auto volumes = platform_.mount_points.find_disk_volumes(disk_number);
-        if (!volumes.empty() && (volumes.size() == known || attempt + 1 == platform_.volumes.attempts))
-            return volumes;
-        known = volumes.size();
+        auto found = platform_.mount_points.find_disk_volumes(disk_number);
+        unchanged = !found.empty() && found == volumes ? unchanged + 1 : 0;
+        volumes = std::move(found);
     }
-    throw exc::runtime_exc_t(text::format("No volume of disk %1 has arrived in time.", disk_number));
+    if (volumes.empty())
+        throw exc::runtime_exc_t(text::format("No volume of disk %1 has arrived in time.", disk_number));
+    if (unchanged < platform_.looks_without_change)
+        logging::warning("The volumes of disk %1 still change; %2 of them are mounted.", disk_number, volumes.size());
+    return volumes;
 }
 
-void CVhdMounter::unmount(disks_t::value_type& disk) {
-    disk.second->mounts.clear();
-    disk.second->disk.detach();
-    logging::info("Virtual disk '%1' is unmounted.", disk.first);
+void CVhdMounter::unmount(mounted_disk_t& disk) {
+    for (auto& mount : disk.mounts)
+        mount.unmount();
+    disk.disk.detach();
+    logging::info("Virtual disk '%1' is unmounted.", disk.path);
 }
 
 void CVhdMounter::Umount(const std::wstring& vhd_path) {
@@ -93,7 +109,7 @@ void CVhdMounter::Umount(const std::wstring& vhd_path) {
         const auto disk = disks_.find(fold_case(vhd_path));
         if (disk == disks_.end())
             throw exc::runtime_exc_t("It is not mounted.");
-        unmount(*disk);
+        unmount(*disk->second);
         disks_.erase(disk);
     });
 }
@@ -104,10 +120,10 @@ void CVhdMounter::UmountAll() {
         std::exception_ptr first_failure;
         for (auto disk = disks_.begin(); disk != disks_.end();) {
             try {
-                unmount(*disk);
+                unmount(*disk->second);
                 disk = disks_.erase(disk);
             } catch (const std::exception& error) {
-                logging::error_with(error, "Failed to unmount virtual disk '%1'.", disk->first);
+                logging::error_with(error, "Failed to unmount virtual disk '%1'.", disk->second->path);
                 if (!first_failure)
                     first_failure = std::current_exception();
                 ++disk;

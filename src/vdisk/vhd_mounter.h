@@ -19,8 +19,10 @@ struct vhd_platform_t {
     virtual_disk_functions_t (*load_library)() = [] { return load_virtual_disk_library(); };
     win::held_privilege_t (*take_privilege)(const win::privilege_t&) = &win::take_privilege;
     mount_point_functions_t mount_points;
-    // How long volumes of a disk just attached may take to arrive.
+    // How long the volumes of a disk just attached may take to arrive. They come one by one, and the platform never says that
+    // it is done: they are complete when so many looks in a row found the same.
     win::poll_policy_t volumes{.attempts = 150, .interval_ms = 200};
+    std::uint32_t looks_without_change = 5;
 };
 
 // Mounts VHD files of this machine. What is mounted stays so until it is unmounted or the mounter goes. Any thread may call;
@@ -32,13 +34,13 @@ public:
     ~CVhdMounter();
 
     // Mounts each volume of the disk at the folder "Volume" and its partition's number below `mount_folder_root`, which must
-    // exist. Where anything fails, nothing stays mounted.
+    // exist and be a full path ("C:\Mnt"). Where anything fails, nothing stays mounted.
     void Mount(const std::wstring& vhd_path, const std::wstring& mount_folder_root);
 
     // Mounts each volume of the disk at a free drive letter; the result has the bit of each letter set, bit 0 for A.
     unsigned long MountAtDriveLetter(const std::wstring& vhd_path);
 
-    // A disk that cannot be detached stays known, and Umount may be tried again.
+    // A disk that cannot be detached, or of which a mount point cannot be removed, stays known; Umount may be tried again.
     void Umount(const std::wstring& vhd_path);
 
     // Tries all; the first failure is thrown in the end.
@@ -51,7 +53,7 @@ private:
     // Attaches the disk and mounts each volume at the path that `mount_path` gives for it.
     void mount_volumes(const std::wstring& vhd_path, const std::function<std::wstring(const disk_volume_t&)>& mount_path);
     std::vector<disk_volume_t> wait_for_volumes(DWORD disk_number) const;
-    static void unmount(disks_t::value_type& disk);
+    static void unmount(mounted_disk_t& disk);
 
     const vhd_platform_t platform_;
     const virtual_disk_functions_t library_;

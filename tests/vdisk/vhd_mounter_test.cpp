@@ -11,7 +11,7 @@
 #include "vdisk/mount_manager.h"
 
 using namespace impl::vdmount;
-using testing::ElementsAre;
+using testing::Contains;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
@@ -93,7 +93,12 @@ BOOL WINAPI set_mount_point(LPCWSTR path, LPCWSTR volume) {
     return TRUE;
 }
 
-BOOL WINAPI delete_mount_point(LPCWSTR path) { return host->mounts.erase(path) == 1; }
+BOOL WINAPI delete_mount_point(LPCWSTR path) {
+    if (host->fails(L"delete"))
+        return FALSE;
+    ::SetLastError(ERROR_FILE_NOT_FOUND);
+    return host->mounts.erase(path) == 1;
+}
 
 vhd_platform_t platform() {
     vhd_platform_t result;
@@ -119,6 +124,15 @@ struct VhdMounter : testing::Test {
         EXPECT_TRUE(std::filesystem::is_empty(root));
         std::filesystem::remove_all(root);
     }
+    void expect_failure(const std::string& cause, const std::function<void()>& call) {
+        SCOPED_TRACE(cause);
+        try {
+            call();
+            ADD_FAILURE();
+        } catch (const exc::runtime_exc_t& error) {
+            EXPECT_THAT(error.what(), HasSubstr(cause));
+        }
+    }
     void expect_nothing_left() {
         EXPECT_FALSE(model.attached);
         EXPECT_FALSE(model.handle_is_open());
@@ -138,9 +152,11 @@ TEST_F(VhdMounter, EachVolumeGetsAFolderUntilTheDiskIsUnmounted) {
     EXPECT_EQ(model.mounts.at(root.wstring() + L"\\Volume1\\"), L"\\\\?\\Volume{1}\\");
     EXPECT_EQ(model.mounts.at(root.wstring() + L"\\Volume3\\"), L"\\\\?\\Volume{3}\\");
     EXPECT_TRUE(std::filesystem::is_directory(root / "Volume3"));
-    EXPECT_EQ(model.waits, 3u) << "none, one, two, and a look that finds no more";
+    EXPECT_EQ(model.waits, 7u) << "none, one, two, and five looks that find no more";
     EXPECT_THROW(mounter.Mount(L"c:\\A.VHD", root.wstring()), exc::runtime_exc_t) << "mounted already";
+    model.mounts.erase(root.wstring() + L"\\Volume1\\");  // by somebody else
     mounter.Umount(L"c:\\A.vhd");
+    EXPECT_EQ(log.texts().back(), "Virtual disk 'C:\\a.vhd' is unmounted.");
     expect_nothing_left();
     EXPECT_THROW(mounter.Umount(L"C:\\a.vhd"), exc::runtime_exc_t) << "not mounted any more";
 }
@@ -152,40 +168,64 @@ TEST_F(VhdMounter, EachVolumeGetsAFreeLetter) {
     EXPECT_TRUE(model.mounts.contains(L"F:\\"));
     mounter.UmountAll();
     expect_nothing_left();
-    model.drives = 0x3FFFFFF;
-    EXPECT_THROW(mounter.MountAtDriveLetter(L"C:\\a.vhd"), exc::runtime_exc_t);
-    expect_nothing_left();
+    for (const auto& [drives, cause] : std::map<DWORD, const char*>{{0x3FFFFFF, "There is no free drive letter."},
+                                                                    {0, "Failed to get the drive letters in use."}}) {
+        model.drives = drives;
+        expect_failure(cause, [&] { mounter.MountAtDriveLetter(L"C:\\a.vhd"); });
+        expect_nothing_left();
+    }
 }
 
 TEST_F(VhdMounter, AFailureInTheMiddleUndoesEverything) {
     CVhdMounter mounter(platform());
     const std::wstring second = root.wstring() + L"\\Volume3\\";
-    for (const std::wstring& step : {std::wstring(L"privilege"), std::wstring(L"open"), std::wstring(L"attach"),
-                                     std::wstring(L"path"), std::wstring(L"odd path"), second}) {
-        SCOPED_TRACE(text::narrow(step));
-        model.fail_at = step;
-        try {
-            mounter.Mount(L"C:\\a.vhd", root.wstring());
-            ADD_FAILURE();
-        } catch (const exc::runtime_exc_t& error) {
-            EXPECT_EQ(error.lines()[0], "Failed to mount virtual disk 'C:\\a.vhd'.");
-        }
+    struct row_t {
+        std::wstring fail_at;
+        const char* cause;
+        std::wstring folder = {};
+        std::vector<std::size_t> arriving = {2};
+    };
+    for (const auto& row : {row_t{L"privilege", "Refused."}, row_t{L"open", "Failed to open virtual disk."},
+                            row_t{L"attach", "Failed to attach virtual disk."},
+                            row_t{L"path", "Failed to get the physical path"}, row_t{L"odd path", "Unexpected physical path"},
+                            row_t{second, "Failed to mount volume"}, row_t{L"", "Failed to create folder", L"\\no such folder"},
+                            row_t{L"", "No volume of disk 12 has arrived in time.", L"", {0}}}) {
+        model.fail_at = row.fail_at;
+        model.arriving = row.arriving;
+        expect_failure(row.cause, [&] { mounter.Mount(L"C:\\a.vhd", root.wstring() + row.folder); });
         expect_nothing_left();
     }
-    model.fail_at.clear();
-    EXPECT_THROW(mounter.Mount(L"C:\\a.vhd", root.wstring() + L"\\no such folder"), exc::runtime_exc_t);
-    expect_nothing_left();
-    model.arriving = {0};
-    EXPECT_THROW(mounter.Mount(L"C:\\a.vhd", root.wstring()), exc::runtime_exc_t) << "no volume ever arrives";
-    expect_nothing_left();
 }
 
-TEST_F(VhdMounter, ADiskThatCannotBeDetachedMayBeTriedAgain) {
+TEST_F(VhdMounter, ARootThatIsNoFullPathIsRefused) {
+    CVhdMounter mounter(platform());
+    for (const wchar_t* folder : {L"", L"\\", L"\\Mnt", L"Mnt", L"C:", L"C:Mnt", L"C:/Mnt", L"\\\\server\\share"})
+        expect_failure("is not a full path.", [&] { mounter.Mount(L"C:\\a.vhd", folder); });
+    EXPECT_EQ(model.handle, nullptr) << "nothing is opened before";
+    expect_failure("Failed to create folder '\\\\?\\C:\\none\\Volume1\\'.",
+                   [&] { mounter.Mount(L"C:\\a.vhd", L"\\\\?\\C:\\none"); });
+}
+
+TEST_F(VhdMounter, VolumesThatNeverSettleAreMountedAsFarAsTheyCame) {
+    model.arriving.assign(150, 1);
+    for (std::size_t look = 0; look < 150; look += 3)
+        model.arriving[look] = 2;
+    CVhdMounter(platform()).Mount(L"C:\\a.vhd", root.wstring());
+    EXPECT_EQ(model.looks, 150u);
+    EXPECT_TRUE(log.holds("The volumes of disk 12 still change; 1 of them are mounted."));
+}
+
+TEST_F(VhdMounter, WhatCannotBeUnmountedStaysKnown) {
     CVhdMounter mounter(platform());
     mounter.Mount(L"C:\\a.vhd", root.wstring());
-    model.fail_at = L"detach";
-    EXPECT_THROW(mounter.Umount(L"C:\\a.vhd"), exc::runtime_exc_t);
-    EXPECT_THROW(mounter.UmountAll(), exc::runtime_exc_t);
+    for (const auto& [step, cause] : std::map<std::wstring, const char*>{{L"delete", "Failed to remove mount point"},
+                                                                         {L"detach", "Failed to detach virtual disk."}}) {
+        model.fail_at = step;
+        expect_failure(cause, [&] { mounter.Umount(L"C:\\a.vhd"); });
+        expect_failure(cause, [&] { mounter.UmountAll(); });
+        EXPECT_TRUE(model.attached);
+        EXPECT_EQ(model.mounts.empty(), step == L"detach");
+    }
     model.fail_at.clear();
     mounter.UmountAll();
     expect_nothing_left();
@@ -194,6 +234,12 @@ TEST_F(VhdMounter, ADiskThatCannotBeDetachedMayBeTriedAgain) {
 TEST_F(VhdMounter, WhatIsMountedEndsWithTheMounter) {
     CVhdMounter(platform()).Mount(L"C:\\a.vhd", root.wstring());
     expect_nothing_left();
+    model.fail_at = L"delete";
+    CVhdMounter(platform()).Mount(L"C:\\a.vhd", root.wstring());
+    EXPECT_FALSE(model.handle_is_open());
+    EXPECT_THAT(log.texts(), Contains("ERR |A volume stays mounted.").Times(2));
+    for (const auto& [path, volume] : std::exchange(model.mounts, {}))
+        std::filesystem::remove(path);
 }
 
 TEST_F(VhdMounter, ThePlatformsLibraryIsLoadedWithAllItsFunctions) {
