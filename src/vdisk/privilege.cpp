@@ -4,6 +4,7 @@
 
 #include "foundation/errors.h"
 #include "foundation/format.h"
+#include "logging/write.h"
 
 namespace win {
 namespace {
@@ -12,16 +13,29 @@ bool open_thread_token(unique_handle& token) {
     return ::OpenThreadToken(::GetCurrentThread(), TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY, TRUE, token.put()) != FALSE;
 }
 
+// Succeeds where not all of them could be changed, too; the last error tells then.
+bool adjust(HANDLE token, TOKEN_PRIVILEGES& wanted, TOKEN_PRIVILEGES* before) {
+    DWORD size = sizeof *before;
+    return ::AdjustTokenPrivileges(token, FALSE, &wanted, before ? size : 0, before, before ? &size : nullptr) &&
+           ::GetLastError() == ERROR_SUCCESS;
+}
+
 }  // namespace
 
 held_privilege_t::held_privilege_t(held_privilege_t&& other) noexcept
-    : token_(std::move(other.token_)), before_(other.before_), own_token_(std::exchange(other.own_token_, false)) {}
+    : name_(other.name_),
+      token_(std::move(other.token_)),
+      before_(other.before_),
+      own_token_(std::exchange(other.own_token_, false)) {}
 
 held_privilege_t::~held_privilege_t() {
-    if (own_token_)
-        ::RevertToSelf();
-    else if (token_)
-        ::AdjustTokenPrivileges(token_.get(), FALSE, &before_, 0, nullptr, nullptr);
+    if (own_token_) {
+        if (::RevertToSelf())
+            return;
+        logging::error("The thread keeps the token that it got for privilege '%1'. Error code: '%2'.", name_, ::GetLastError());
+    }
+    if (token_ && !adjust(token_.get(), before_, nullptr))
+        logging::error("Privilege '%1' cannot be put back as it was. Error code: '%2'.", name_, ::GetLastError());
 }
 
 held_privilege_t take_privilege(const privilege_t& privilege) {
@@ -32,6 +46,7 @@ held_privilege_t take_privilege(const privilege_t& privilege) {
         }
     };
     held_privilege_t held;
+    held.name_ = privilege.name;
     if (!open_thread_token(held.token_)) {
         check(::GetLastError() == ERROR_NO_TOKEN && ::ImpersonateSelf(SecurityImpersonation));
         held.own_token_ = true;
@@ -39,10 +54,7 @@ held_privilege_t take_privilege(const privilege_t& privilege) {
     }
     TOKEN_PRIVILEGES wanted{1, {{{}, SE_PRIVILEGE_ENABLED}}};
     check(::LookupPrivilegeValueW(nullptr, privilege.name, &wanted.Privileges[0].Luid));
-    DWORD size = sizeof held.before_;
-    // Succeeds without the privilege, too; the last error tells then.
-    check(::AdjustTokenPrivileges(held.token_.get(), FALSE, &wanted, sizeof held.before_, &held.before_, &size) &&
-          ::GetLastError() == ERROR_SUCCESS);
+    check(adjust(held.token_.get(), wanted, &held.before_));
     return held;
 }
 

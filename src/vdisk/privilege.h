@@ -18,7 +18,8 @@ inline constexpr privilege_t manage_volume_privilege{27, SE_MANAGE_VOLUME_NAME};
 inline constexpr privilege_t create_symbolic_link_privilege{34, SE_CREATE_SYMBOLIC_LINK_NAME};
 
 // A privilege held by the calling thread until this goes, on the same thread. Threads of the host process that do other things
-// see nothing of it: a thread that does not impersonate gets a token of its own for that time.
+// see nothing of it: a thread that does not impersonate gets a token of its own for that time. A privilege that cannot be given
+// up is logged as an error.
 class held_privilege_t {
 public:
     // Holds nothing.
@@ -29,6 +30,7 @@ public:
 private:
     friend held_privilege_t take_privilege(const privilege_t& privilege);
 
+    const wchar_t* name_ = L"";
     unique_handle token_;
     TOKEN_PRIVILEGES before_{};
     bool own_token_ = false;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "foundation/errors.h"
+#include "logging/memory_receiver.h"
 
 namespace {
 
@@ -22,26 +23,34 @@ bool is_enabled(const wchar_t* name) {
 }
 
 TEST(Privilege, IsHeldByTheThreadWhileItsHolderLives) {
-    ASSERT_FALSE(thread_has_token());
-    const bool before = is_enabled(SE_MANAGE_VOLUME_NAME);
-    {
-        const auto held = win::take_privilege(win::manage_volume_privilege);
-        EXPECT_TRUE(is_enabled(SE_MANAGE_VOLUME_NAME));
-        EXPECT_TRUE(thread_has_token());
+    for (const bool impersonates : {false, true}) {
+        SCOPED_TRACE(impersonates);
+        ASSERT_TRUE(!impersonates || ::ImpersonateSelf(SecurityImpersonation));
+        const bool before = is_enabled(SE_MANAGE_VOLUME_NAME);
+        {
+            const auto held = win::take_privilege(win::manage_volume_privilege);
+            EXPECT_TRUE(is_enabled(SE_MANAGE_VOLUME_NAME));
+            EXPECT_TRUE(thread_has_token());
+        }
+        EXPECT_EQ(thread_has_token(), impersonates);
+        EXPECT_EQ(is_enabled(SE_MANAGE_VOLUME_NAME), before);
     }
-    EXPECT_FALSE(thread_has_token());
-    EXPECT_EQ(is_enabled(SE_MANAGE_VOLUME_NAME), before);
+    ::RevertToSelf();
 }
 
-TEST(Privilege, AThreadThatImpersonatesKeepsItsToken) {
+TEST(Privilege, OneThatCannotBePutBackIsLogged) {
     ASSERT_TRUE(::ImpersonateSelf(SecurityImpersonation));
-    const bool before = is_enabled(SE_MANAGE_VOLUME_NAME);
+    const logging::captured_log_t log;
     {
         const auto held = win::take_privilege(win::manage_volume_privilege);
-        EXPECT_TRUE(is_enabled(SE_MANAGE_VOLUME_NAME));
+        win::unique_handle token;
+        ASSERT_TRUE(::OpenThreadToken(::GetCurrentThread(), TOKEN_ADJUST_PRIVILEGES, TRUE, token.put()));
+        TOKEN_PRIVILEGES removed{1, {{{}, SE_PRIVILEGE_REMOVED}}};
+        ::LookupPrivilegeValueW(nullptr, SE_MANAGE_VOLUME_NAME, &removed.Privileges[0].Luid);
+        ASSERT_TRUE(::AdjustTokenPrivileges(token.get(), FALSE, &removed, 0, nullptr, nullptr));
     }
-    EXPECT_TRUE(thread_has_token());
-    EXPECT_EQ(is_enabled(SE_MANAGE_VOLUME_NAME), before);
+    EXPECT_EQ(log.texts(), std::vector<std::string>{
+                               "ERR |Privilege 'SeManageVolumePrivilege' cannot be put back as it was. Error code: '1300'."});
     ::RevertToSelf();
 }
 

@@ -243,11 +243,19 @@ TEST_F(VhdMounter, WhatIsMountedEndsWithTheMounter) {
 }
 
 TEST_F(VhdMounter, ThePlatformsLibraryIsLoadedWithAllItsFunctions) {
-    EXPECT_NE(load_virtual_disk_library().detach, nullptr);
-    for (const auto& [library, code] : std::map<const wchar_t*, DWORD>{{L"korva_no_such_library.dll", ERROR_MOD_NOT_FOUND},
-                                                                       {L"kernel32.dll", ERROR_PROC_NOT_FOUND}}) {
+    const auto functions = load_virtual_disk_library();
+    const HMODULE library = ::GetModuleHandleW(L"virtdisk.dll");
+    const std::pair<const char*, FARPROC> rows[] = {
+        {"OpenVirtualDisk", reinterpret_cast<FARPROC>(functions.open)},
+        {"AttachVirtualDisk", reinterpret_cast<FARPROC>(functions.attach)},
+        {"GetVirtualDiskPhysicalPath", reinterpret_cast<FARPROC>(functions.physical_path)},
+        {"DetachVirtualDisk", reinterpret_cast<FARPROC>(functions.detach)}};
+    for (const auto& [name, function] : rows)
+        EXPECT_EQ(function, ::GetProcAddress(library, name)) << name;
+    for (const auto& [name, code] : std::map<const wchar_t*, DWORD>{{L"korva_no_such_library.dll", ERROR_MOD_NOT_FOUND},
+                                                                    {L"kernel32.dll", ERROR_PROC_NOT_FOUND}}) {
         try {
-            load_virtual_disk_library(library);
+            load_virtual_disk_library(name);
             ADD_FAILURE();
         } catch (const exc::win_sys_exc_t& error) {
             EXPECT_EQ(error.code(), code);
@@ -255,7 +263,15 @@ TEST_F(VhdMounter, ThePlatformsLibraryIsLoadedWithAllItsFunctions) {
     }
 }
 
-TEST_F(VhdMounter, TheSearchForVolumesRunsOnThisMachine) { EXPECT_THAT(find_disk_volumes(0xFFFFFFF0), IsEmpty()); }
+// The first disk of this machine has the volume of the system's drive.
+TEST_F(VhdMounter, TheVolumesOfADiskAreFoundByItsNumber) {
+    wchar_t system[MAX_PATH] = {};
+    ASSERT_TRUE(::GetVolumeNameForVolumeMountPointW(L"C:\\", system, MAX_PATH));
+    const auto volumes = find_disk_volumes(0);
+    EXPECT_THAT(volumes, Contains(testing::Field(&disk_volume_t::name, system)));
+    EXPECT_TRUE(std::ranges::is_sorted(volumes, {}, &disk_volume_t::partition));
+    EXPECT_THAT(find_disk_volumes(0xFFFFFFF0), IsEmpty());
+}
 
 using MountManager = VhdMounter;
 
