@@ -1,4 +1,7 @@
-# Boost, zlib and GoogleTest, all from Debian's packages (scripts/setup.sh installs them).
+# Boost, zlib, GoogleTest and Python, all from Debian's packages (scripts/setup.sh installs them).
+
+# Debian's own, for it has Debian's modules.
+find_program(KORVA_PYTHON NAMES python3 PATHS /usr/bin NO_DEFAULT_PATH REQUIRED)
 
 find_library(KORVA_ZLIB NAMES libz.a REQUIRED)
 add_library(korva_zlib STATIC IMPORTED)

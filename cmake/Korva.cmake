@@ -22,11 +22,41 @@ if(KORVA_CLANG_CXX)
       "${korva_triplet}-g++-posix -shared <LINK_FLAGS> -o <TARGET> -Wl,--out-implib,<TARGET_IMPLIB> <OBJECTS> <LINK_LIBRARIES>")
 endif()
 
+# Line tables for what goes into the DLL, without a word of where it was built. They change no instruction: korva_split_symbols
+# takes them out again.
+if(KORVA_SYMBOLS)
+  set(korva_symbols
+      $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-g1;-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.;-ffile-prefix-map=${CMAKE_BINARY_DIR}=build>)
+endif()
+
+# korva_split_symbols(target): the symbols go to a file of their own beside the target, which keeps a link to it.
+find_program(KORVA_OBJCOPY ${korva_triplet}-objcopy REQUIRED)
+function(korva_split_symbols target)
+  add_custom_command(TARGET ${target} POST_BUILD VERBATIM
+      COMMAND ${KORVA_OBJCOPY} --only-keep-debug $<TARGET_FILE:${target}> $<TARGET_FILE:${target}>.debug
+      COMMAND ${KORVA_OBJCOPY} --strip-all --add-gnu-debuglink=$<TARGET_FILE:${target}>.debug $<TARGET_FILE:${target}>)
+endfunction()
+
+# korva_version(target "description"): the version resource, with the version of the project.
+function(korva_version target description)
+  get_target_property(type ${target} TYPE)
+  set(VFT_EXECUTABLE VFT_APP)
+  set(VFT_SHARED_LIBRARY VFT_DLL)
+  set(SUFFIX_EXECUTABLE .exe)
+  set(SUFFIX_SHARED_LIBRARY .dll)
+  set(file_type ${VFT_${type}})
+  set(file_name ${target}${SUFFIX_${type}})
+  set(numbers ${PROJECT_VERSION_MAJOR},${PROJECT_VERSION_MINOR},${PROJECT_VERSION_PATCH},0)
+  configure_file(${CMAKE_SOURCE_DIR}/cmake/version.rc.in ${CMAKE_CURRENT_BINARY_DIR}/${target}.rc @ONLY)
+  target_sources(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${target}.rc)
+endfunction()
+
 # korva_library(foundation): the static library korva_foundation from the sources of this folder.
 function(korva_library name)
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS *.cpp *.c)
   add_library(korva_${name} STATIC ${sources})
   target_link_libraries(korva_${name} PUBLIC korva_flags ${ARGN})
+  target_compile_options(korva_${name} PRIVATE ${korva_symbols})
 endfunction()
 
 # korva_test(foundation ...): the GoogleTest program foundation_tests from the sources of this folder, as one CTest entry.

@@ -12,8 +12,8 @@ add_custom_command(
     OUTPUT ${korva_com_out}/KorvaProxyClient.h ${korva_com_out}/KorvaProxyClient_i.c ${KORVA_TYPELIB}
     COMMAND ${KORVA_WIDL} --win64 -I ${KORVA_SYSTEM_IDL} -L ${KORVA_SYSTEM_TYPELIBS} -t -h -u
             ${CMAKE_CURRENT_SOURCE_DIR}/KorvaProxyClient.idl
-    COMMAND ${CMAKE_COMMAND} -E rename KorvaProxyClient.tlb ${KORVA_TYPELIB}
-    DEPENDS KorvaProxyClient.idl
+    COMMAND ${KORVA_PYTHON} -B ${CMAKE_CURRENT_SOURCE_DIR}/fixed_time.py KorvaProxyClient.tlb ${KORVA_TYPELIB}
+    DEPENDS KorvaProxyClient.idl fixed_time.py
     WORKING_DIRECTORY ${korva_com_out}
     COMMENT "Building the type library")
 
