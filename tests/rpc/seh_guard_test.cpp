@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "rpc/remote_call.h"
-#include "tests/rpc/loopback_server.h"
+#include "tests/wire/live_blocks.h"
 
 extern "C" unsigned long seh_probe(void (*step)(void*), void* frame);
 
@@ -49,7 +49,7 @@ extern "C" void breaks_off(void*, ULONG status, ULONG* number, wchar_t** text, r
 }
 
 TEST(RemoteCall, ARaisedStatusArrivesAsItsErrorAndLeavesNoOutput) {
-    const auto before = loopback::live_blocks();
+    const auto before = wire::live_blocks();
     std::uint32_t number = 0;
     win::rpc::CRpcScopedBuf<wchar_t> text;
     for (const ULONG status : {1727ul, 0xC0000005ul}) {
@@ -62,7 +62,7 @@ TEST(RemoteCall, ARaisedStatusArrivesAsItsErrorAndLeavesNoOutput) {
     }
     EXPECT_EQ(number, 0u);
     EXPECT_EQ(text.get(), nullptr);
-    EXPECT_EQ(loopback::live_blocks(), before) << "what the call had given before it broke off is freed";
+    EXPECT_EQ(wire::live_blocks(), before) << "what the call had given before it broke off is freed";
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "foundation/errors.h"
 #include "rpc/commands/deployment.h"
 #include "rpc/commands/hv_cluster.h"
 #include "rpc/commands/hv_restore.h"
@@ -23,7 +24,8 @@ const GUID guid2 = {0xA1A2A3A4, 0xB1B2, 0xC1C2, {1, 2, 3, 4, 5, 6, 7, 8}};
 const std::string g1 = " 44332211 6655 8877 99aabbcc ddeeff00 ";
 const std::string g2 = " a4a3a2a1 b2b1 c2c1 01020304 05060708 ";
 const std::string done = " 01 ...... 00000000 ";  // ok = 1, three bytes to the alignment of the pointer, no message
-const std::string file = " 00000000" + g1;        // a context handle: attributes, then what the service chose
+const std::string refused = " 00 ...... PTR S'нет'";
+const std::string file = " 00000000" + g1;  // a context handle: attributes, then what the service chose
 
 void expect_guid(const GUID& actual, const GUID& expected) { EXPECT_TRUE(IsEqualGUID(actual, expected)); }
 
@@ -46,6 +48,33 @@ std::function<void(client_t&)> expect(Output output, Expected expected, Inputs..
             expect_guid(std::invoke(output, command), expected);
         else
             EXPECT_EQ(std::invoke(output, command), expected);
+    };
+}
+
+// The text of the error that a step ends with.
+template <class Step>
+std::string failure_of(Step step) {
+    try {
+        step();
+    } catch (const exc::runtime_exc_t& error) {
+        return error.what();
+    }
+    return "(no failure)";
+}
+
+// Runs a command that the service refuses with its text; its outputs, which travel all the same, are not to be seen.
+void expect_refused(client_t& client, IRpcMethod& command) {
+    EXPECT_EQ(failure_of([&] { client.Call(command); }), "\u043d\u0435\u0442");
+}
+
+// Runs a command whose reply the accessor finds to be wrong.
+template <class Command, class Output, class... Inputs>
+std::function<void(client_t&)> bad_reply(Output output, std::string what, Inputs... inputs) {
+    return [=](client_t& client) {
+        Command command(inputs...);
+        client.Call(command);
+        EXPECT_EQ(failure_of([&] { std::invoke(output, command); }),
+                  "The reply to remote function [" + std::string(command.GetName()) + "] is not valid: " + what);
     };
 }
 
@@ -81,6 +110,12 @@ const row_t deployment_rows[] = {
          CFcCreateFileMethod create(L"ab", 0x40000000, 1, 2, 0x80);
          client.Call(create);
          EXPECT_TRUE(create.take_file());
+     }},
+    {"FcCreateFile, refused with a handle", 2, "S'ab' .... 00000040 01000000 02000000 80000000", file + refused,
+     [](client_t& client) {
+         CFcCreateFileMethod create(L"ab", 0x40000000, 1, 2, 0x80);
+         expect_refused(client, create);
+         EXPECT_FALSE(create.take_file());
      }},
     {"FcWriteFile", 3, file + "03000000 03000000 aabbcc", "02000000" + done,
      [](client_t& client) {
@@ -129,6 +164,8 @@ const row_t snapshot_rows[] = {
          EXPECT_TRUE(command.status().succeeded);
          EXPECT_EQ(command.status().error, L"");
      }},
+    {"HvGetAsyncOpStatus, no record", 1, g1, "00000000" + done,
+     bad_reply<CHvGetAsyncOpStatusMethod>(&CHvGetAsyncOpStatusMethod::status, "its record is missing.", guid1)},
     {"HvGetSnapshotInfo", 2, g1, "PTR PTR 00000000 PTR S'<b/>' .... S'ids'" + done,
      [](client_t& client) {
          CHvGetSnapshotInfoMethod command(guid1);
@@ -137,12 +174,24 @@ const row_t snapshot_rows[] = {
          EXPECT_EQ(command.info().writer_document, L"");
          EXPECT_EQ(command.info().transportable_info, L"ids");
      }},
+    {"HvGetSnapshotInfo, refused with a record", 2, g1, "PTR PTR 00000000 PTR S'<b/>' .... S'ids'" + refused,
+     [](client_t& client) {
+         CHvGetSnapshotInfoMethod command(guid1);
+         expect_refused(client, command);
+         EXPECT_THROW(command.info(), exc::runtime_exc_t);
+     }},
     {"HvGetVMFilesList", 3, g1 + "S'vm'", "PTR S'<F/>' ...." + done,
      expect<CHvGetVMFilesListMethod>(&CHvGetVMFilesListMethod::files_xml, std::wstring(L"<F/>"), guid1, L"vm")},
     {"HvSetVmBackupStatus, good", 4, g1 + "S'vm' .... 01000000", done, call<CHvSetVmBackupStatusMethod>(guid1, L"vm", true)},
     {"HvSetVmBackupStatus, bad", 4, g1 + "S'vm1' 00000000", done, call<CHvSetVmBackupStatusMethod>(guid1, L"vm1", false)},
     {"HvBeginSnapshotCreation", 5, "S'<s/>'", g2 + done,
      expect<CHvBeginSnapshotCreationMethod>(&CHvBeginSnapshotCreationMethod::operation, guid2, L"<s/>")},
+    {"HvBeginSnapshotCreation, refused without a text", 5, "S'<s/>'", g2 + "00 ...... 00000000",
+     [](client_t& client) {
+         CHvBeginSnapshotCreationMethod command(L"<s/>");
+         EXPECT_EQ(failure_of([&] { client.Call(command); }), "");
+         expect_guid(command.operation(), GUID{});
+     }},
     {"HvGetSnapshotIDByOperationID", 6, g1, g2 + done,
      expect<CHvGetSnapshotIDByOperationIDMethod>(&CHvGetSnapshotIDByOperationIDMethod::snapshot, guid2, guid1)},
     {"HvCloseSnapshot", 7, g1, done, call<CHvCloseSnapshotMethod>(guid1)},
@@ -239,6 +288,9 @@ const row_t cluster_and_vss_rows[] = {
          client.Call(command);
          EXPECT_TRUE(command.volumes().empty());
      }},
+    {"HvClsEnumClusterVolumes, a count alone", 34, "", "PTR 02000000 00000000" + done,
+     bad_reply<CHvClsEnumClusterVolumesMethod>(&CHvClsEnumClusterVolumesMethod::volumes,
+                                               "it counts 2 entries but brings no list.")},
     {"HvClsGetResourceIdByName", 35, "S'res'", "PTR S'id' ...." + done,
      expect<CHvClsGetResourceIdByNameMethod>(&CHvClsGetResourceIdByNameMethod::id, std::wstring(L"id"), L"res")},
     {"HvClsRefreshVmConfig", 36, "S'res'", done, call<CHvClsRefreshVmConfigMethod>(L"res")},
@@ -258,6 +310,8 @@ const row_t cluster_and_vss_rows[] = {
          EXPECT_EQ(providers[1].name, L"");
          expect_guid(providers[1].version_id, guid1);
      }},
+    {"HvVssEnumProviders, a count alone", 37, "", "PTR 01000000 00000000" + done,
+     bad_reply<CHvVssEnumProvidersMethod>(&CHvVssEnumProvidersMethod::providers, "it counts 1 entries but brings no list.")},
     {"HvVssIsVolumesSupported", 38, "02000000 02000000 PTR" + g1 + "PTR" + g2 + "S'C:\\' S'D'", "PTR S'<a/>' ...." + done,
      expect<CHvVssIsVolumesSupportedMethod>(&CHvVssIsVolumesSupportedMethod::answer_xml, std::wstring(L"<a/>"),
                                             std::vector<volume_request_t>{{L"C:\\", guid1}, {L"D", guid2}})},
@@ -284,6 +338,20 @@ const row_t invoker_rows[] = {
      [](client_t& client) {
          CDoRpcWithBinaryMethod command(L"", L"", {});
          client.Call(command);
+         EXPECT_EQ(command.output_xml(), L"");
+         EXPECT_TRUE(command.output_data().empty());
+     }},
+    {"DoRpcWithBinary, null for nothing", 1, "S'' .... S'' .... 00000000 00000000", "00000000 00000000 00000000" + done,
+     [](client_t& client) {
+         CDoRpcWithBinaryMethod command(L"", L"", {});
+         client.Call(command);
+         EXPECT_TRUE(command.output_data().empty());
+     }},
+    {"DoRpcWithBinary, refused with outputs", 1, "S'' .... S'' .... 00000000 00000000",
+     "PTR S'<o/>' .... 02000000 PTR 02000000 ddee ...." + refused,
+     [](client_t& client) {
+         CDoRpcWithBinaryMethod command(L"", L"", {});
+         expect_refused(client, command);
          EXPECT_EQ(command.output_xml(), L"");
          EXPECT_TRUE(command.output_data().empty());
      }},
