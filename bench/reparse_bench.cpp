@@ -32,7 +32,7 @@ void update(std::size_t entries) {
     };
     const auto functions = model.functions();
     const device_map_t devices = {{L"\\??\\c:", L"\\??\\E:\\Mnt\\C"}};
-    update_volume(volume_context_t(model.path, functions), devices, static_cast<std::uint32_t>(entries));
+    update_volume(volume_context_t(model.path, true, functions), devices, static_cast<std::uint32_t>(entries));
     set += !junction.set.empty();
     const std::size_t junctions = (entries + entries_per_junction - 1) / entries_per_junction;
     if (set != junctions) {

@@ -1,7 +1,5 @@
 #include "vdisk/device_map.h"
 
-#include <string_view>
-
 #include "vdisk/fold_case.h"
 
 namespace impl::vdmount {
@@ -17,6 +15,13 @@ device_map_t make_device_map(const CMountedDevicesSpec& spec) {
             map[fold_case(L"\\??\\" + name)] = L"\\??\\" + std::wstring(mount_point);
     }
     return map;
+}
+
+std::optional<std::wstring> map_target(const device_map_t& devices, std::wstring_view name, std::size_t prefix_length) {
+    const auto device = devices.find(fold_case(name.substr(0, prefix_length)));
+    if (device == devices.end())
+        return std::nullopt;
+    return device->second + std::wstring(name.substr(prefix_length));
 }
 
 }  // namespace impl::vdmount

@@ -5,7 +5,6 @@
 #include "foundation/errors.h"
 #include "foundation/format.h"
 #include "logging/write.h"
-#include "vdisk/fold_case.h"
 #include "vdisk/reparse_data.h"
 
 namespace impl::vdmount {
@@ -75,14 +74,13 @@ void update_point(const volume_context_t& volume, HANDLE point, const index_entr
         logging::info("Skipping reparse point with substitute path '%1'.", name);
         return;
     }
-    const auto device = devices.find(fold_case(name.substr(0, *prefix)));
-    if (device == devices.end()) {
+    const auto target = map_target(devices, name, *prefix);
+    if (!target) {
         logging::info("Unable to find matching device for substitute path '%1'.", name);
         return;
     }
     send(volume, point, fsctl_set_reparse_point,
-         set_request(is_link && may_link ? symbolic_link_layout : mount_point_layout, device->second + name.substr(*prefix)),
-         "Failed to set reparse point.");
+         set_request(is_link && may_link ? symbolic_link_layout : mount_point_layout, *target), "Failed to set reparse point.");
 }
 
 }  // namespace impl::vdmount

@@ -92,7 +92,7 @@ void update_reparse_points(const std::wstring& spec_text, std::uint32_t max_coun
         for (const auto& device : spec.devices) {
             const auto scope = logging::scoped("Updating reparse points for  mounted volume '%1'.", device->mountPoint);
             try {
-                update_volume(volume_context_t(device->mountPoint, functions), devices, max_count);
+                update_volume(volume_context_t(device->mountPoint, true, functions), devices, max_count);
             } catch (const std::exception& error) {
                 logging::error_with(error,
                                     "Failed to update reparse points for mounted volume '%1'. "

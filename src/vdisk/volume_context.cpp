@@ -16,17 +16,22 @@ Function* look_up(const volume_functions_t& functions, const char* name) {
     return reinterpret_cast<Function*>(address);
 }
 
-}  // namespace
-
-volume_context_t::volume_context_t(std::wstring path, const volume_functions_t& table)
-    : mount_point(std::move(path)), functions(table) {
-    const DWORD attributes = functions.get_file_attributes(mount_point.c_str());
+void check_directory(const volume_functions_t& functions, const std::wstring& path) {
+    const DWORD attributes = functions.get_file_attributes(path.c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES) {
         const DWORD error = ::GetLastError();
-        throw exc::win_sys_exc_t(text::format("Mount point '%1' does not exist.", mount_point), error);
+        throw exc::win_sys_exc_t(text::format("Failed to get attributes of mount point '%1'.", path), error);
     }
     if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
-        throw exc::win_sys_exc_t(text::format("Mount point '%1' is not a directory.", mount_point), ERROR_DIRECTORY);
+        throw exc::win_sys_exc_t(text::format("Mount point '%1' is not a directory.", path), ERROR_DIRECTORY);
+}
+
+}  // namespace
+
+volume_context_t::volume_context_t(std::wstring path, bool check, const volume_functions_t& table)
+    : mount_point(std::move(path)), must_be_directory(check), functions(table) {
+    if (must_be_directory)
+        check_directory(functions, mount_point);
     if (!mount_point.ends_with(L'\\'))
         mount_point += L'\\';
     nt_create_file = look_up<nt_create_file_t>(functions, "NtCreateFile");

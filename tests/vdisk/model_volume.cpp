@@ -14,6 +14,12 @@ model_volume_t* model = nullptr;
 constexpr NTSTATUS invalid_parameter = static_cast<NTSTATUS>(0xC000000D);
 constexpr NTSTATUS name_not_found = static_cast<NTSTATUS>(0xC0000034);
 
+// Whoever holds a privilege has a token for it.
+bool thread_has_token() {
+    win::unique_handle token;
+    return ::OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY, TRUE, token.put()) != FALSE;
+}
+
 BOOL fail(DWORD error) {
     ::SetLastError(error);
     return FALSE;
@@ -64,7 +70,7 @@ struct model_calls {
             *file = model->index_ = model->give_handle();
             return 0;
         }
-        if (access != 0x100198 || sharing != 0 || options != 0x202020 || name.Length != 8)
+        if (access != 0x100198 || sharing != 0 || options != 0x202020 || name.Length != 8 || object->Attributes)
             return invalid_parameter;
         std::int64_t reference;
         std::memcpy(&reference, name.Buffer, sizeof reference);
@@ -106,11 +112,12 @@ struct model_calls {
         const auto* request = static_cast<const std::uint8_t*>(in);
         switch (code) {
             case 0x900A8:
+                point.read_sizes.push_back(out_size);
                 if (point.read_error)
                     return fail(point.read_error);
                 *returned = static_cast<DWORD>(std::min<std::size_t>(point.data.size(), out_size));
                 std::copy_n(point.data.begin(), *returned, static_cast<std::uint8_t*>(out));
-                return point.data.size() > out_size ? fail(ERROR_MORE_DATA) : TRUE;
+                return point.data.size() > out_size ? fail(point.too_small_error) : TRUE;
             case 0x900AC: {
                 if (point.delete_error)
                     return fail(point.delete_error);
@@ -127,6 +134,8 @@ struct model_calls {
                     return fail(point.set_error);
                 if (!point.deleted || in_size < 8 || request[4] + 256u * request[5] + 8 != in_size)
                     return fail(ERROR_INVALID_REPARSE_DATA);
+                if (request[0] == (tag_symbolic_link & 0xFF) && !thread_has_token())
+                    return fail(ERROR_PRIVILEGE_NOT_HELD);
                 point.set.assign(request, request + in_size);
                 return TRUE;
             default:
@@ -153,10 +162,9 @@ struct model_calls {
     }
 
     static win::held_privilege_t take_privilege(const win::privilege_t& privilege) {
-        if (model->privilege_error)
+        if (model->privilege_error || privilege.name != std::wstring_view(L"SeCreateSymbolicLinkPrivilege"))
             throw exc::win_sys_exc_t("Refused.", model->privilege_error);
-        model->privilege_held = privilege.name == std::wstring_view(L"SeCreateSymbolicLinkPrivilege");
-        return {};
+        return win::take_privilege(win::manage_volume_privilege);  // one that every account of a test has
     }
 };
 
@@ -175,11 +183,11 @@ HANDLE model_volume_t::give_handle() {
     return handle;
 }
 
-std::size_t model_volume_t::open_handles() const {
+bool model_volume_t::is_all_given_back() const {
     PUBLIC_OBJECT_BASIC_INFORMATION information{};
     ULONG size = 0;
     ::NtQueryObject(object_.get(), ObjectBasicInformation, &information, sizeof information, &size);
-    return information.HandleCount - 1;
+    return information.HandleCount == 1 && !thread_has_token();
 }
 
 bytes_t junction_data(std::wstring_view target) { return set_request(mount_point_layout, target); }

@@ -20,12 +20,14 @@ public:
         bool directory = true;
         std::uint32_t open_status = 0;
         DWORD read_error = 0;
+        DWORD too_small_error = ERROR_MORE_DATA;
         DWORD delete_error = 0;
         DWORD information_error = 0;
         DWORD set_error = 0;
 
         // What became of it.
         bool deleted = false;
+        std::vector<DWORD> read_sizes{};
         impl::vdmount::bytes_t set{};
     };
 
@@ -54,10 +56,8 @@ public:
     std::size_t opens = 0;  // of the root
     std::size_t passes = 0;
     std::vector<std::size_t> opened_points;
-    bool privilege_held = false;
-
-    // Handles that were given out and are still open.
-    std::size_t open_handles() const;
+    // Whether all handles that were given out are closed and the thread holds no privilege any more.
+    bool is_all_given_back() const;
 
 private:
     friend struct model_calls;

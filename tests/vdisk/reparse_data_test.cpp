@@ -7,6 +7,7 @@
 
 #include "foundation/convert.h"
 #include "foundation/errors.h"
+#include "vdisk/device_map.h"
 
 using namespace impl::vdmount;
 
@@ -115,6 +116,71 @@ TEST(ReparseData, RequestsAreGoldenBytes) {
               hex("34 12 00 00 00 00 00 00 00 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f "));
 }
 
+// What becomes of the data of a point; none where its device is not mounted here.
+bytes_t mapped(const reparse_layout_t& layout, const reparse_layout_t& becomes, byte_view data, const device_map_t& devices) {
+    const std::wstring name = substitute_name(layout, data);
+    const auto prefix = device_prefix_length(name);
+    const auto target = prefix ? map_target(devices, name, *prefix) : std::nullopt;
+    return target ? set_request(becomes, *target) : bytes_t();
+}
+
+const std::wstring volume_name = L"Volume{01234567-89aB-cdef-0123-456789abcdEF}";
+
+device_map_t mounted_devices() {
+    const CMountedDevice devices[] = {{L"E:\\Mnt\\C\\", {L"c:", L"VOLUME{01234567-89AB-CDEF-0123-456789ABCDEF}"}},
+                                      {L"F:\\", {L"D:", L"UNC", L"X"}},
+                                      {L"G:", {L"d:"}}};
+    CMountedDevicesSpec spec;
+    for (const auto& device : devices)
+        spec.devices.push_back(std::make_shared<CMountedDevice>(device));
+    return make_device_map(spec);
+}
+
+TEST(ReparseData, PointsAreMappedFromGoldenBytesToGoldenBytes) {
+    const device_map_t devices = mounted_devices();
+    const std::wstring file = L"\\??\\" + volume_name + L"\\f";
+    struct row_t {
+        const char* what;
+        const reparse_layout_t& layout;
+        bytes_t data;
+        const reparse_layout_t& becomes;
+        bytes_t request;
+    };
+    const row_t rows[] = {
+        {"a drive, whatever its case", mount_point_layout,
+         hex("03 00 00 a0 1c 00 00 00 00 00 10 00 12 00 00 00 ") + L"\\??\\C:\\a" + zero + zero, mount_point_layout,
+         hex("03 00 00 a0 44 00 00 00 00 00 1c 00 1e 00 1c 00 ") + L"\\??\\E:\\Mnt\\C\\a" + zero + L"\\??\\E:\\Mnt\\C\\a" +
+             zero},
+        {"the device that was listed last, its root", mount_point_layout,
+         hex("03 00 00 a0 1a 00 00 00 02 00 0e 00 00 00 00 00 ") + zero + L"\\??\\D:\\" + zero, mount_point_layout,
+         hex("03 00 00 a0 28 00 00 00 00 00 0e 00 10 00 0e 00 ") + L"\\??\\G:\\" + zero + L"\\??\\G:\\" + zero},
+        {"a volume, a link", symbolic_link_layout, hex("0c 00 00 a0 70 00 00 00 00 00 64 00 00 00 00 00 00 00 00 00 ") + file,
+         symbolic_link_layout,
+         hex("0c 00 00 a0 48 00 00 00 1e 00 1c 00 00 00 1c 00 00 00 00 00 ") + L"\\??\\E:\\Mnt\\C\\f" + zero +
+             L"\\??\\E:\\Mnt\\C\\f" + zero},
+        {"a link that becomes a junction", symbolic_link_layout,
+         hex("0c 00 00 a0 1c 00 00 00 00 00 10 00 00 00 00 00 00 00 00 00 ") + L"\\??\\d:\\\u00e9", mount_point_layout,
+         hex("03 00 00 a0 2c 00 00 00 00 00 10 00 12 00 10 00 ") + L"\\??\\G:\\\u00e9" + zero + L"\\??\\G:\\\u00e9" + zero},
+        {"a drive's plain name",
+         mount_point_layout,
+         hex("03 00 00 a0 14 00 00 00 00 00 0c 00 00 00 00 00 ") + L"\\??\\C:",
+         mount_point_layout,
+         {}},
+        {"a share",
+         mount_point_layout,
+         hex("03 00 00 a0 1a 00 00 00 00 00 12 00 00 00 00 00 ") + L"\\??\\UNC\\s",
+         mount_point_layout,
+         {}},
+        {"a drive that is not mounted",
+         mount_point_layout,
+         hex("03 00 00 a0 16 00 00 00 00 00 0e 00 00 00 00 00 ") + L"\\??\\X:\\",
+         mount_point_layout,
+         {}},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(mapped(row.layout, row.becomes, row.data, devices), row.request) << row.what;
+}
+
 TEST(ReparseData, ATargetThatItsLengthsCannotHoldFails) {
     // 16 - 8 bytes of head, and both names with their zeros: 65535 at most.
     const std::size_t longest = (65535 - 8) / 4 - 1;
@@ -138,38 +204,43 @@ private:
 };
 
 TEST(ReparseData, AMillionRandomBuffersCrashNothing) {
+    const std::wstring beginnings[] = {L"\\??\\C:\\", L"\\??\\" + volume_name + L"\\"};
     guarded_memory_t memory;
     std::mt19937 random(20240607);
-    std::size_t names = 0;
-    std::size_t prefixes = 0;
-    std::size_t refused = 0;
+    bytes_t noise(60'256);
+    std::ranges::generate(noise, [&] { return static_cast<std::uint8_t>(random()); });
+    const device_map_t devices = mounted_devices();
+    std::size_t drives = 0, volumes = 0, targets = 0, refused = 0;
     for (int i = 0; i < 1'000'000; ++i) {
-        const auto data = memory.last(random() % 16 == 0 ? random() % 32 : 32 + random() % 128);
-        for (std::size_t at = 0; at < data.size(); at += 4) {
-            const std::uint32_t word = random();
-            std::memcpy(data.data() + at, &word, std::min<std::size_t>(4, data.size() - at));
-        }
+        const auto data = memory.last(random() % 16 == 0 ? random() % 32 : 32 + random() % 224);
+        std::copy_n(noise.begin() + static_cast<std::ptrdiff_t>(random() % 60'000), data.size(), data.begin());
         // Most names fit and begin as they should; some bytes are anything.
         if (data.size() >= 32 && random() % 32 != 0) {
             data[8] = data[9] = data[11] = 0;
             data[10] = static_cast<std::uint8_t>((14 + random() % (data.size() - 29)) & 0xFE);
-            std::memcpy(data.data() + 16, L"\\??\\C:\\", random() % 32 == 0 ? random() % 15 : 14);
+            const std::wstring& device = beginnings[random() % 2];
+            const std::size_t room = std::min(data.size() - 16, device.size() * sizeof(wchar_t));
+            std::memcpy(data.data() + 16, device.data(), random() % 32 == 0 ? random() % room : room);
         }
         const reparse_layout_t& layout = random() % 16 == 0 ? symbolic_link_layout : mount_point_layout;
         try {
             delete_request(random(), data);
             is_relative_link(data);
             const std::wstring name = substitute_name(layout, data);
-            ++names;
-            if (device_prefix_length(name))
-                ++prefixes;
-            set_request(layout, name);
+            const auto prefix = device_prefix_length(name);
+            drives += prefix == 6;
+            volumes += prefix == 48;
+            if (const auto target = prefix ? map_target(devices, name, *prefix) : std::nullopt) {
+                ++targets;
+                set_request(layout, *target);
+            }
         } catch (const exc::runtime_exc_t&) {
             ++refused;
         }
     }
-    EXPECT_GT(names, 800'000u);
-    EXPECT_GT(prefixes, 700'000u);
+    EXPECT_GT(drives, 400'000u);
+    EXPECT_GT(volumes, 100'000u);
+    EXPECT_GT(targets, 400'000u);
     EXPECT_GT(refused, 100'000u);
 }
 

@@ -23,7 +23,7 @@ const model_volume_t::point_t other{.tag = 0x80000017, .data = bytes_t(100)};
 struct ReparseVolume : com_thread {
     void update(std::uint32_t max_count) {
         const auto functions = model.functions();
-        update_volume(volume_context_t(L"E:\\Mnt\\C", functions), devices, max_count);
+        update_volume(volume_context_t(L"E:\\Mnt\\C", true, functions), devices, max_count);
     }
     void expect_failure(const std::string& text) {
         try {
@@ -33,24 +33,16 @@ struct ReparseVolume : com_thread {
             EXPECT_THAT(error.what(), HasSubstr(text));
         }
     }
-    ~ReparseVolume() override { EXPECT_EQ(model.open_handles(), 0u); }
+    ~ReparseVolume() override { EXPECT_TRUE(model.is_all_given_back()); }
 
     model_volume_t model;
     logging::captured_log_t log;
 };
 
-TEST_F(ReparseVolume, ALimitOfNoneOpensNothing) {
-    model.points = {junction};
-    update(0);
-    EXPECT_EQ(model.opens, 0u);
-    EXPECT_THAT(log.texts(), ElementsAre("Processing symbolic links disabled by user maxCount == 0."));
-}
-
 TEST_F(ReparseVolume, WithinTheLimitAllButDeduplicatedFilesAreProcessed) {
     model.points = {junction, deduplicated, other, link};
     update(4);
     EXPECT_THAT(model.opened_points, ElementsAre(0, 2, 3));
-    EXPECT_TRUE(model.privilege_held);
     EXPECT_THAT(log.texts(), ElementsAre("Update of reparse points is complete. Succeeded: '3'. Failed: '0'. Total: '4'."));
 }
 
@@ -77,8 +69,8 @@ TEST_F(ReparseVolume, TheIndexIsReadInPassesUntilOneIsShort) {
         std::size_t entries, passes;
         std::uint32_t end_status;
     };
-    for (const auto& row :
-         {row_t{0, 1, 0xC000000F}, row_t{1023, 1, 0x80000006}, row_t{1024, 2, 0x80000006}, row_t{2500, 3, 0}}) {
+    for (const auto& row : {row_t{0, 1, 0xC000000F}, row_t{1023, 1, 0xC0000001}, row_t{1024, 2, 0x80000006},
+                            row_t{2048, 3, 0xC000000F}, row_t{1024, 2, 0}}) {
         model.points.assign(row.entries, deduplicated);
         model.end_status = row.end_status;
         update(5000);
@@ -111,7 +103,26 @@ TEST_F(ReparseVolume, AVolumeThatCannotBeReadFailsWhole) {
     expect_failure("Failed to find function 'NtQueryDirectoryFile' in ntdll.dll.");
 }
 
+// As the updater creates it, with the platform's own functions.
+TEST_F(ReparseVolume, ItsFunctionsAreLookedUp) {
+    const volume_functions_t platform;
+    const volume_context_t volume(L"C:\\windows", true, platform);
+    const HMODULE ntdll = ::GetModuleHandleW(L"ntdll.dll");
+    EXPECT_EQ(reinterpret_cast<FARPROC>(volume.nt_create_file), ::GetProcAddress(ntdll, "NtCreateFile"));
+    EXPECT_EQ(reinterpret_cast<FARPROC>(volume.nt_query_directory_file), ::GetProcAddress(ntdll, "NtQueryDirectoryFile"));
+    EXPECT_THROW(volume_context_t(L"C:\\none", true, platform), exc::win_sys_exc_t);
+    EXPECT_EQ(volume_context_t(L"C:\\none", false, platform).mount_point, L"C:\\none\\");
+}
+
 using ReparseUpdate = ReparseVolume;
+
+TEST_F(ReparseUpdate, ALimitOfNoneOpensNoVolume) {
+    update_reparse_points(LR"(<mountedVolumesSpec><mountedDevice mountPoint="E:\Mnt\C"/></mountedVolumesSpec>)", 0,
+                          model.functions());
+    EXPECT_EQ(model.opens, 0u);
+    EXPECT_THAT(log.texts(), ElementsAre("Updating reparse points for  mounted volume 'E:\\Mnt\\C'.",
+                                         "  Processing symbolic links disabled by user maxCount == 0."));
+}
 
 TEST_F(ReparseUpdate, AVolumeThatFailsDoesNotStopTheNext) {
     model.points = {junction};
@@ -128,7 +139,7 @@ TEST_F(ReparseUpdate, AVolumeThatFailsDoesNotStopTheNext) {
                                          "Updating reparse points for  mounted volume 'E:\\gone'.",
                                          "ERR |  Failed to update reparse points for mounted volume 'E:\\gone'. "
                                          "Maximum count of points to update: '7'.",
-                                         ">>  |  Path not found.", ">>  |  Mount point 'E:\\gone' does not exist.",
+                                         ">>  |  Path not found.", ">>  |  Failed to get attributes of mount point 'E:\\gone'.",
                                          "Updating reparse points for  mounted volume 'E:\\file'.", testing::_, testing::_,
                                          ">>  |  Mount point 'E:\\file' is not a directory.",
                                          "Updating reparse points for  mounted volume 'E:\\Mnt\\C\\'.",
