@@ -62,6 +62,17 @@ void CKorvaDeployer::SetAccount(std::wstring_view user_name, std::wstring_view p
     account_set_ = true;
 }
 
+// Neither begins nor ends while the thread acts as a user that an impersonation left behind: the caller would trust a thread
+// that is not its own.
+template <class Message, class Step>
+void CKorvaDeployer::run_on_host(const Message& failure, const Step& step) const {
+    exc::wrap_errors(failure, [&] {
+        win::settle_impersonation(platform_.impersonation);
+        step();
+    });
+    win::settle_impersonation(platform_.impersonation);
+}
+
 void CKorvaDeployer::InstallService() {
     std::wstring path;
     {
@@ -75,7 +86,7 @@ void CKorvaDeployer::InstallService() {
 
 void CKorvaDeployer::InstallService(const std::wstring& local_path) {
     const auto scope = logging::scoped("Making sure that the deployment service in installed on host [%1].", host_);
-    exc::wrap_errors(
+    run_on_host(
         [&] { return text::format("Failed to install service [%1] was not installed on the host [%2].", service_name, host_); },
         [&] { install(local_path); });
 }
@@ -146,8 +157,8 @@ void CKorvaDeployer::start(win::win_svc_t& service) const {
 
 void CKorvaDeployer::RemoveService() {
     const auto scope = logging::scoped("Removing deployment service from the host [%1].", host_);
-    exc::wrap_errors([&] { return text::format("Failed to remove deployment service from the host [%1].", host_); },
-                     [&] { remove(); });
+    run_on_host([&] { return text::format("Failed to remove deployment service from the host [%1].", host_); },
+                [&] { remove(); });
 }
 
 void CKorvaDeployer::remove() const {

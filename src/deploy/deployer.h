@@ -12,7 +12,8 @@
 namespace impl {
 
 // Puts the installer service "KorvaDeploymentService" on a remote host, reports its versions, replaces its DLL and takes it
-// away again. Used by one caller at a time. No operation leaves a handle, a share connection or an impersonation behind.
+// away again. Used by one caller at a time. No operation leaves a handle, a share connection or an impersonation behind: one
+// that cannot end its impersonation fails, as does the next on that thread.
 class CKorvaDeployer {
 public:
     explicit CKorvaDeployer(deployer_platform_t platform = default_deployer_platform(),
@@ -46,6 +47,8 @@ public:
 private:
     struct remote_session_t;
 
+    template <class Message, class Step>
+    void run_on_host(const Message& failure, const Step& step) const;
     std::int32_t service_version(bool may_retry);
     std::shared_ptr<win::win_scm_t> open_manager() const;
     win::win_svc_t open_service(std::shared_ptr<win::win_scm_t> manager) const;

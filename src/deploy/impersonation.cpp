@@ -6,7 +6,8 @@
 namespace win {
 namespace {
 thread_local HANDLE thread_token = nullptr;
-}
+const HANDLE unknown_token = INVALID_HANDLE_VALUE;  // after a failed way back
+}  // namespace
 
 HANDLE current_impersonation() noexcept { return thread_token; }
 
@@ -18,6 +19,20 @@ void impersonate(HANDLE token, const impersonation_functions_t& functions) {
     thread_token = token;
 }
 
+void restore_impersonation(HANDLE before, const impersonation_functions_t& functions) noexcept {
+    try {
+        impersonate(before, functions);
+    } catch (const std::exception& error) {
+        thread_token = unknown_token;
+        logging::log_exception(error);
+    }
+}
+
+void settle_impersonation(const impersonation_functions_t& functions) {
+    if (thread_token == unknown_token)
+        impersonate(nullptr, functions);
+}
+
 win_impersonation_session_t::win_impersonation_session_t(const CImpersonator& impersonator, impersonation_functions_t functions)
     : functions_(std::move(functions)) {
     if (!impersonator.has_token())
@@ -25,12 +40,6 @@ win_impersonation_session_t::win_impersonation_session_t(const CImpersonator& im
     impersonate(impersonator.token(), functions_);
 }
 
-win_impersonation_session_t::~win_impersonation_session_t() {
-    try {
-        impersonate(nullptr, functions_);
-    } catch (const std::exception& error) {
-        logging::log_exception(error);
-    }
-}
+win_impersonation_session_t::~win_impersonation_session_t() { restore_impersonation(nullptr, functions_); }
 
 }  // namespace win

@@ -40,11 +40,18 @@ private:
     impersonation_functions_t functions_;
 };
 
-// What the thread acts as: the token of its session or of its innermost impersonated file operation; null for the process's own
-// identity.
+// What the library makes the thread act as: the token of its session or of its innermost impersonated file operation; null for
+// the identity that it came with.
 HANDLE current_impersonation() noexcept;
 
-// Changes what the thread acts as; null reverts it. Throws exc::win_sys_exc_t.
+// Changes what the thread acts as; null reverts it. Throws exc::win_sys_exc_t; then nothing has changed.
 void impersonate(HANDLE token, const impersonation_functions_t& functions);
+
+// The way back at the end of a scope. A failure is logged and remembered: the thread still acts as a user that it must not act
+// as, with a token that may be closed by now.
+void restore_impersonation(HANDLE before, const impersonation_functions_t& functions) noexcept;
+
+// Tries a way back that failed once more. Throws exc::win_sys_exc_t where it fails again: nothing may run on this thread then.
+void settle_impersonation(const impersonation_functions_t& functions);
 
 }  // namespace win

@@ -65,6 +65,7 @@ file_operation_t::file_operation_t(std::wstring_view path, impersonation_functio
     if (!token_)
         return;
     logging::debug("File operations for path '%1' will be performed under impersonation context.", path);
+    settle_impersonation(functions_);
     before_ = current_impersonation();
     if (before_ != token_->token())
         impersonate(token_->token(), functions_);
@@ -75,13 +76,8 @@ file_operation_t::~file_operation_t() {
     if (!token_)
         return;
     win_impersonation_counter_t::of_thread().leave();
-    if (before_ == token_->token())
-        return;
-    try {
-        impersonate(before_, functions_);
-    } catch (const std::exception& error) {
-        logging::log_exception(error);
-    }
+    if (before_ != token_->token())
+        restore_impersonation(before_, functions_);
 }
 
 }  // namespace win

@@ -119,6 +119,22 @@ TEST_F(Deployer, WithoutAnAccountInstallsAsTheCaller) {
     EXPECT_THAT(call_names(), Not(Contains("ImpersonateLoggedOnUser")));
 }
 
+TEST_F(Deployer, AThreadThatStillActsAsTheAccountIsNotTrusted) {
+    log_on();
+    host.fail("RevertToSelf", ERROR_ACCESS_DENIED, 0);
+    const lines_t denied{exc::system_error_text(ERROR_ACCESS_DENIED), "Failed to end the impersonation of a logged on user"};
+    EXPECT_EQ(thrown([&] { deployer.InstallService(local_executable); }), denied);
+    EXPECT_TRUE(host.service_exists);
+    impl::CKorvaDeployer other(host.platform());
+    other.SetEndpoint(L"host", 6160);
+    const int opened = host.count("OpenSCManagerW");
+    EXPECT_EQ(thrown([&] { other.InstallService(local_executable); }), (lines_t{not_installed, denied[0], denied[1]}));
+    EXPECT_EQ(host.count("OpenSCManagerW"), opened);
+    host.recover();
+    other.InstallService(local_executable);
+    EXPECT_EQ(call_names().front(), "RevertToSelf");
+}
+
 TEST_F(Deployer, AnOldCopyIsReplacedThoughItIsHiddenAndReadOnly) {
     host.add_file(remote_executable, FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_READONLY);
     host.add_folder(share + L"\\Korva");

@@ -48,6 +48,22 @@ TEST_F(Impersonation, ASessionNeedsATokenAndMayFail) {
     EXPECT_EQ(host.count("RevertToSelf"), 0) << "what was not begun is not ended";
 }
 
+TEST_F(Impersonation, OneThatCannotBeEndedIsTriedAgainBeforeTheThreadDoesAnythingElse) {
+    const auto user = a_user();
+    const win::registered_share_t registered(L"\\\\host\\ADMIN$", user);
+    const auto operate = [&] { win::file_operation_t(L"\\\\host\\ADMIN$\\x", functions); };
+    const std::string denied = exc::system_error_text(ERROR_ACCESS_DENIED);
+    const std::string failure = "Failed to end the impersonation of a logged on user";
+    host.fail("RevertToSelf", ERROR_ACCESS_DENIED, 0);
+    { const win::win_impersonation_session_t session(*user, functions); }
+    EXPECT_THAT(log.texts(), ElementsAre("ERR |" + denied, ">>  |" + failure));
+    EXPECT_THAT(thrown(operate), ElementsAre(denied, failure));
+    EXPECT_THAT(thrown([&] { win::settle_impersonation(functions); }), ElementsAre(denied, failure));
+    host.recover();
+    operate();
+    EXPECT_THAT(host.calls, ElementsAre("RevertToSelf()", "ImpersonateLoggedOnUser()", "RevertToSelf()"));
+}
+
 TEST_F(Impersonation, AFileOperationUsesTheTokenOfItsShare) {
     const auto user = a_user();
     const win::registered_share_t registered(L"\\\\host\\ADMIN$", user);

@@ -85,7 +85,8 @@ impl::deployer_platform_t host_t::platform() {
     };
     platform.impersonation.revert = [this] {
         const DWORD code = enter("RevertToSelf", "");
-        acting_as = nullptr;
+        if (code == 0)
+            acting_as = nullptr;
         return succeeded(code);
     };
     platform.shares.get_info = [this](LMSTR host, LMSTR share, DWORD level, LPBYTE* buffer) -> DWORD {
