@@ -5,7 +5,7 @@
 namespace com {
 
 STDMETHODIMP CCoKorvaDeployer::SetEndpoint(BSTR host, int port) {
-    return guarded([&] { impl().SetEndpoint(win::bstr_view(host), static_cast<std::uint32_t>(port)); });
+    return guarded([&] { impl().SetEndpoint(win::bstr_view(host), port); });
 }
 
 STDMETHODIMP CCoKorvaDeployer::SetAccount(BSTR user_name, BSTR password) {

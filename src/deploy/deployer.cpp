@@ -35,7 +35,7 @@ deployer_platform_t& default_deployer_platform() {
 struct CKorvaDeployer::remote_session_t {
     explicit remote_session_t(const CKorvaDeployer& deployer)
         : session(*deployer.impersonator_, deployer.platform_.impersonation),
-          share(deployer.host_, deployer.user_, deployer.password_, deployer.platform_.network),
+          share(deployer.host(), deployer.user_, deployer.password_, deployer.platform_.network),
           registration(share.remote_name(), deployer.impersonator_) {}
 
     win::win_impersonation_session_t session;
@@ -46,20 +46,32 @@ struct CKorvaDeployer::remote_session_t {
 CKorvaDeployer::CKorvaDeployer(deployer_platform_t platform, std::shared_ptr<win::rpc::CRpcClientBase> client)
     : platform_(std::move(platform)), client_(std::move(client)) {}
 
-void CKorvaDeployer::SetEndpoint(std::wstring_view host, std::uint32_t port) {
+void CKorvaDeployer::SetEndpoint(std::wstring_view host, std::int32_t port) {
     const auto scope = logging::scoped("KD: Set end point. Host: [%1], Port: [%2]", host, port);
-    client_->SetEndpoint(host, port);
-    host_ = host;
+    std::wstring copy(host);
+    client_->SetEndpoint(host, static_cast<std::uint32_t>(port));
+    host_.swap(copy);
 }
 
 void CKorvaDeployer::SetAccount(std::wstring_view user_name, std::wstring_view password) {
     const auto scope = logging::scoped("KD: Set account. User name: [%1]", user_name);
     const win::account_t account = win::split_account(user_name);
+    impersonator_ = std::make_shared<win::CImpersonator>();
     user_ = account.full_name();
     password_ = win::secret_t(password);
     client_->SetAccount(account.domain, account.user, password);
     impersonator_ = std::make_shared<win::CImpersonator>(win::logon(user_name, password, platform_.accounts));
     account_set_ = true;
+}
+
+// Becomes a part of paths, where a separator would lead to another share, a zero would cut off the rest and two names stand for
+// the device namespace; the service control manager of an empty one would be the local machine's.
+const std::wstring& CKorvaDeployer::host() const {
+    if (host_.empty())
+        throw exc::runtime_exc_t("Host is not specified");
+    if (host_.find_first_of(std::wstring_view(L"\\/", 3)) != std::wstring::npos || host_ == L"." || host_ == L"?")
+        throw exc::runtime_exc_t(text::format("Invalid host name: [%1].", host_));
+    return host_;
 }
 
 // Neither begins nor ends while the thread acts as a user that an impersonation left behind: the caller would trust a thread
@@ -107,7 +119,7 @@ void CKorvaDeployer::install(const std::wstring& local_path) const {
 }
 
 std::shared_ptr<win::win_scm_t> CKorvaDeployer::open_manager() const {
-    return std::make_shared<win::win_scm_t>(host_.c_str(), SC_MANAGER_ALL_ACCESS, platform_.services);
+    return std::make_shared<win::win_scm_t>(host().c_str(), SC_MANAGER_ALL_ACCESS, platform_.services);
 }
 
 win::win_svc_t CKorvaDeployer::open_service(std::shared_ptr<win::win_scm_t> manager) const {
@@ -145,14 +157,15 @@ win::win_svc_t CKorvaDeployer::create_service(std::shared_ptr<win::win_scm_t> ma
 
 void CKorvaDeployer::start(win::win_svc_t& service) const {
     const auto scope = logging::scoped("Starting deployment service");
-    try {
-        service.start();
-    } catch (const std::exception& error) {
-        const auto* const failed_call = dynamic_cast<const exc::win_sys_exc_t*>(&error);
-        if (!failed_call || failed_call->code() != ERROR_SERVICE_ALREADY_RUNNING)
-            throw exc::nested("Failed to start deployment service on the target host", error);
-        logging::info("Already started");
-    }
+    exc::wrap_errors("Failed to start deployment service on the target host", [&] {
+        try {
+            service.start();
+        } catch (const exc::win_sys_exc_t& error) {
+            if (error.code() != ERROR_SERVICE_ALREADY_RUNNING)
+                throw;
+            logging::info("Already started");
+        }
+    });
 }
 
 void CKorvaDeployer::RemoveService() {

@@ -19,10 +19,11 @@ public:
     explicit CKorvaDeployer(deployer_platform_t platform = default_deployer_platform(),
                             std::shared_ptr<win::rpc::CRpcClientBase> client = win::rpc::make_deployment_client());
 
-    void SetEndpoint(std::wstring_view host, std::uint32_t port);
+    void SetEndpoint(std::wstring_view host, std::int32_t port);
 
-    // Gives the account to the connection, then logs it on; a failed logon leaves the connection with the new account and the
-    // installation with the old one, if any.
+    // Gives the account to the connection and to the share, then logs it on. After a failed logon both have the new account and
+    // nobody is logged on: removal, and installation where an account was ever logged on, fail until the next SetAccount rather
+    // than work as two users.
     void SetAccount(std::wstring_view user_name, std::wstring_view password);
 
     // The executable is KorvaDeploymentSvc.exe beside KorvaProxyClient.dll, or the given one. A service that is there already
@@ -50,6 +51,7 @@ private:
     template <class Message, class Step>
     void run_on_host(const Message& failure, const Step& step) const;
     std::int32_t service_version(bool may_retry);
+    const std::wstring& host() const;
     std::shared_ptr<win::win_scm_t> open_manager() const;
     win::win_svc_t open_service(std::shared_ptr<win::win_scm_t> manager) const;
     win::win_svc_t create_service(std::shared_ptr<win::win_scm_t> manager, const std::wstring& executable) const;

@@ -222,6 +222,14 @@ TEST_F(Deployer, AServiceThatNeverRunsIsToldAfterThirtyLooks) {
     EXPECT_EQ(host.count("QueryServiceStatus"), 30);
 }
 
+TEST_F(Deployer, OutOfMemoryKeepsItsKindThroughEveryWrapper) {
+    impl::deployer_platform_t platform = host.platform();
+    platform.services.start = [](auto...) -> BOOL { throw std::bad_alloc(); };
+    impl::CKorvaDeployer starved(platform);
+    starved.SetEndpoint(L"host", 6160);
+    EXPECT_THROW(starved.InstallService(local_executable), std::bad_alloc);
+}
+
 TEST_F(Deployer, AMissingExecutableIsToldByTheCopy) {
     for (const wchar_t* missing : {L"C:\\console\\gone.exe", L""})
         EXPECT_EQ(thrown([&] { deployer.InstallService(missing); }),
@@ -239,12 +247,21 @@ TEST_F(Deployer, TheModulesPathMustBeKnown) {
                        "Fully-qualified path for the module [KorvaProxyClient.dll] cannot be retrieved."}));
 }
 
-TEST_F(Deployer, AHostNameWithABackslashFailsBeforeAnythingIsMade) {
-    deployer.SetEndpoint(L"\\\\host", 6160);
-    EXPECT_EQ(thrown([&] { deployer.InstallService(local_executable); })[1],
-              "Cannot create folder. Folder path: [\\\\\\\\host\\ADMIN$\\Korva\\Backup].");
-    EXPECT_EQ(host.count("CreateDirectoryW"), 0);
-    EXPECT_FALSE(host.service_exists);
+TEST_F(Deployer, AHostThatIsNoHostNameFailsBeforeAnythingIsMade) {
+    const std::wstring rows[] = {L"", L"\\\\host", L"host\\C$", L"host/C$", {L"host\0x", 6}, L".", L"?"};
+    for (const bool with_account : {false, true}) {
+        if (with_account)
+            log_on();
+        for (const std::wstring& name : rows) {
+            host.recover();
+            deployer.SetEndpoint(name, 6160);
+            const lines_t lines = thrown([&] { deployer.InstallService(local_executable); });
+            ASSERT_EQ(lines.size(), 2u);
+            EXPECT_EQ(lines[1], name.empty() ? "Host is not specified" : text::format("Invalid host name: [%1].", name));
+            EXPECT_EQ(call_names(), with_account ? lines_t({"ImpersonateLoggedOnUser", "RevertToSelf"}) : lines_t());
+        }
+    }
+    EXPECT_EQ(thrown([&] { deployer.RemoveService(); })[1], "Invalid host name: [?].");
 }
 
 TEST_F(Deployer, RemovesServiceExecutableAndFolderUnderTheAccount) {
@@ -405,17 +422,25 @@ TEST_F(Deployer, EveryFailedCallOfARemovalIsToldAndAllIsGivenBack) {
     }
 }
 
-TEST_F(Deployer, AFailedLogonLeavesInstallationAsItWas) {
-    host.fail("LogonUserA", ERROR_LOGON_FAILURE, 0);
-    EXPECT_EQ(thrown([&] { log_on(); }),
-              (lines_t{exc::system_error_text(ERROR_LOGON_FAILURE), "Failed to logon user [KORVA\\admin]"}));
+TEST_F(Deployer, AFailedLogonLeavesNobodyLoggedOn) {
+    const auto fail_to_log_on = [&] {
+        host.fail("LogonUserA", ERROR_LOGON_FAILURE, 0);
+        EXPECT_EQ(thrown([&] { deployer.SetAccount(L"KORVA\\other", L"secret"); }),
+                  (lines_t{exc::system_error_text(ERROR_LOGON_FAILURE), "Failed to logon user [KORVA\\other]"}));
+        host.recover();
+    };
+    fail_to_log_on();
     deployer.InstallService(local_executable);
     EXPECT_EQ(host.count("WNetAddConnection2W"), 0) << "no account was set";
-    host.recover();
     deployer.SetAccount(L"admin", L"secret");
     EXPECT_EQ(host.call("LogonUserA"), "LogonUserA(.\\admin)");
     deployer.InstallService(local_executable);
     EXPECT_EQ(host.call("WNetAddConnection2W"), "WNetAddConnection2W(\\\\host\\ADMIN$, secret, .\\admin, 0)");
+    fail_to_log_on();
+    const std::string nobody = "User credentials not specified or logon error";
+    EXPECT_EQ(thrown([&] { deployer.InstallService(local_executable); }), (lines_t{not_installed, nobody}));
+    EXPECT_EQ(thrown([&] { deployer.RemoveService(); }), (lines_t{not_removed, nobody}));
+    EXPECT_THAT(host.calls, IsEmpty());
     EXPECT_FALSE(log.holds("secret"));
 }
 
