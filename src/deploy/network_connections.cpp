@@ -44,8 +44,10 @@ const NETRESOURCEW* next_resource(HANDLE enumeration, std::vector<std::byte>& bu
     throw exc::win_sys_exc_t("Failed to retrieve details for the next enumerated network resource.", code);
 }
 
-std::set<std::wstring> connections_to(const std::wstring& host, const network_functions_t& functions) {
-    std::set<std::wstring> chosen;
+using names_t = std::set<std::wstring, name_less_t>;
+
+names_t connections_to(const std::wstring& host, const network_functions_t& functions) {
+    names_t chosen;
     const unique_enumeration enumeration = start_enumeration(functions);
     std::vector<std::byte> buffer;
     while (const NETRESOURCEW* const resource = next_resource(enumeration.get(), buffer, functions)) {
@@ -67,6 +69,8 @@ void drop_connections(const std::wstring& host, const network_functions_t& funct
     };
     for (const std::wstring& name : exc::wrap_errors(failure, [&] { return connections_to(host, functions); })) {
         const DWORD code = functions.cancel(name.c_str(), TRUE);
+        if (code == ERROR_NOT_CONNECTED)
+            continue;  // somebody else was faster
         if (code != NO_ERROR)
             throw exc::win_sys_exc_t(text::format("Failed to cancel persistent network connection [%1].", name), code);
         logging::info("Network connection [%1] was cancelled.", name);

@@ -16,7 +16,8 @@ struct network_functions_t {
     std::function<decltype(::WNetCloseEnum)> close_enumeration = ::WNetCloseEnum;
 };
 
-// Cancels, with force, every connection of this logon session to the host, whether made under its full or its short name.
+// Cancels, with force, every connection of this logon session to the host, whether made under its full or its short name. One
+// that is gone by then counts as cancelled.
 void drop_connections(const std::wstring& host, const network_functions_t& functions = {});
 
 }  // namespace win

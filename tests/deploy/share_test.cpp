@@ -86,7 +86,7 @@ TEST_F(AdminShare, ClosingOneThatIsGoneSucceedsAndAnyOtherFailureIsOnlyLogged) {
 TEST_F(AdminShare, OtherCredentialsDropTheHostsConnectionsAndStillFail) {
     host.connections = {
         L"\\\\HOST\\C$", L"\\\\host.korva.lan\\data", L"\\\\host.other.lan\\x", L"\\\\hostess\\C$", L"", L"X", L"\\\\host",
-        L"\\\\HOST\\C$"};
+        L"\\\\host\\c$"};
     host.fail("WNetAddConnection2W", ERROR_SESSION_CREDENTIAL_CONFLICT);
     EXPECT_THAT(
         thrown([&] { open(L"host.korva.lan"); }),
@@ -98,8 +98,8 @@ TEST_F(AdminShare, OtherCredentialsDropTheHostsConnectionsAndStillFail) {
         if (call.starts_with("WNetCancel"))
             cancelled.push_back(call);
     EXPECT_THAT(cancelled,
-                ElementsAre("WNetCancelConnectionW(\\\\HOST\\C$, 1)", "WNetCancelConnectionW(\\\\host.korva.lan\\data, 1)",
-                            "WNetCancelConnectionW(\\\\host.other.lan\\x, 1)"))
+                ElementsAre("WNetCancelConnectionW(\\\\host.korva.lan\\data, 1)",
+                            "WNetCancelConnectionW(\\\\host.other.lan\\x, 1)", "WNetCancelConnectionW(\\\\HOST\\C$, 1)"))
         << "by full and by short name, case ignored, each once";
     EXPECT_THAT(log.texts(), Contains("Network share was opened early but with another credentials set."));
     EXPECT_THAT(log.texts(), Contains("Checking whether [\\\\hostess\\C$] should be canceled."));
@@ -108,34 +108,37 @@ TEST_F(AdminShare, OtherCredentialsDropTheHostsConnectionsAndStillFail) {
 }
 
 TEST_F(AdminShare, DroppingConnectionsFailsInItsOwnWords) {
+    const std::string enumerating = "Failed to enumerate persistent connection to network shares on server [host].";
+    const std::string no_network = exc::system_error_text(ERROR_NO_NETWORK);
     const struct {
         const char* call;
         int nth;
+        DWORD code;
         std::vector<std::string> lines;
     } rows[] = {
-        {"WNetOpenEnumA",
-         1,
-         {"Failed to enumerate persistent connection to network shares on server [host].",
-          exc::system_error_text(ERROR_NO_NETWORK), "Failed to start enumeration."}},
+        {"WNetOpenEnumA", 1, ERROR_NO_NETWORK, {enumerating, no_network, "Failed to start enumeration."}},
         {"WNetEnumResourceW",
          1,
-         {"Failed to enumerate persistent connection to network shares on server [host].",
-          exc::system_error_text(ERROR_NO_NETWORK), "Failed to retrieve details for the next enumerated network resource."}},
+         ERROR_NO_NETWORK,
+         {enumerating, no_network, "Failed to retrieve details for the next enumerated network resource."}},
         {"WNetEnumResourceW",
          2,
-         {"Failed to enumerate persistent connection to network shares on server [host].",
-          exc::system_error_text(ERROR_NO_NETWORK), "Failed to retrieve details for the next enumerated network resource."}},
+         ERROR_NO_NETWORK,
+         {enumerating, no_network, "Failed to retrieve details for the next enumerated network resource."}},
         {"WNetCancelConnectionW",
          1,
-         {exc::system_error_text(ERROR_NO_NETWORK), "Failed to cancel persistent network connection [\\\\host\\C$]."}},
+         ERROR_NO_NETWORK,
+         {no_network, "Failed to cancel persistent network connection [\\\\host\\C$]."}},
+        {"WNetCancelConnectionW", 1, ERROR_NOT_CONNECTED, {"nothing"}},
     };
-    host.connections = {L"\\\\host\\C$"};
+    host.connections = {L"\\\\host\\C$", L"\\\\host\\D$"};
     for (const auto& row : rows) {
         host.recover();
-        host.fail(row.call, ERROR_NO_NETWORK, row.nth);
+        host.fail(row.call, row.code, row.nth);
         EXPECT_EQ(thrown([&] { win::drop_connections(L"host", host.platform().network); }), row.lines) << row.call << row.nth;
         EXPECT_EQ(host.left_open(), "") << row.call;
     }
+    EXPECT_EQ(host.count("WNetCancelConnectionW"), 2) << "one that is gone keeps no other";
 }
 
 TEST(UncPaths, AreSplitIntoServerShortNameAndRest) {
