@@ -66,6 +66,8 @@ void file_uploader_t::send(const unique_file& local, const std::wstring& local_p
         }
         if (count == 0)
             break;
+        // Repeated, like every command, when its answer is lost. The service gives the file up with the connection: the repeat
+        // then fails and does not write the block twice.
         rpc::CFcWriteFileMethod write(remote.handle(), {buffer.get(), count});
         client_->Call(write);
         if (write.written() != count)
