@@ -1,5 +1,5 @@
-// The installer service: versions, the upload folder, files that the caller writes, the upgrade of its DLL. Files are real ones
-// in the upload folder; nothing outside it can be written.
+// The installer service: versions, the upload folder, files that the caller writes, the upgrade of its DLL. Files are real
+// ones: callers write in the upload folder only, and an upgrade writes the DLL beside it.
 #include "stubs/deployment.h"
 
 #include <filesystem>

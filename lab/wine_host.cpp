@@ -31,12 +31,16 @@ DWORD admin_share_information(BYTE** buffer) {
 
 // Of a run that was broken off.
 void remove_leftovers() {
+    win::win_svc_t service(std::make_shared<win::win_scm_t>(nullptr, SC_MANAGER_ALL_ACCESS));
     try {
-        win::win_svc_t service(std::make_shared<win::win_scm_t>(nullptr, SC_MANAGER_ALL_ACCESS));
         service.open(L"KorvaDeploymentService", GENERIC_ALL);
-        service.remove();
+    } catch (const exc::win_sys_exc_t& error) {
+        if (error.code() != ERROR_SERVICE_DOES_NOT_EXIST)
+            throw;
+    }
+    if (service.is_open()) {
         service.stop();
-    } catch (const exc::exc_base_t&) {
+        service.remove();
     }
     win::remove_folder(wine_host_t::windows_folder() + L"\\Korva");
 }
@@ -47,8 +51,9 @@ wine_host_t::wine_host_t() {
     if (::GetFileAttributesW(L"\\\\localhost\\ADMIN$\\system32") == INVALID_FILE_ATTRIBUTES)
         throw exc::runtime_exc_t("\\\\localhost\\ADMIN$ is no folder here: run scripts/setup.sh.");
     remove_leftovers();
-    std::error_code ignored;
-    std::filesystem::remove(service_log(), ignored);
+    std::error_code held;  // by a service that has just stopped; then what it wrote is passed over
+    std::filesystem::remove(service_log(), held);
+    received_by_service();
 }
 
 void wine_host_t::stand_in(impl::deployer_platform_t& platform) {

@@ -23,7 +23,7 @@ public:
     static constexpr const wchar_t* name = L"localhost";
     static constexpr const char* stand_ins = "network connections, share information and impersonation";
 
-    // Removes what a run that was broken off has left. Throws where the link is missing.
+    // Removes what a run that was broken off has left. Throws where that fails or the link is missing.
     wine_host_t();
     wine_host_t(const wine_host_t&) = delete;
     wine_host_t& operator=(const wine_host_t&) = delete;

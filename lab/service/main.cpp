@@ -1,11 +1,14 @@
 // KorvaDeploymentSvc.exe: the lab's installer service as a Windows service. Its command line is "KorvaDeploymentSvc.exe -port
-// N". What it receives stands, one request a line, in KorvaDeploymentSvc.log in the Windows folder's Temp.
+// N"; without a port it stops at once. What it receives stands, one request a line, in KorvaDeploymentSvc.log in the Windows
+// folder's Temp.
 #include <windows.h>
 
 #include <cstdio>
+#include <cwchar>
 #include <filesystem>
 #include <string>
 
+#include "foundation/errors.h"
 #include "foundation/handles.h"
 #include "lab/host_model.h"
 #include "lab/request_log.h"
@@ -14,7 +17,7 @@
 namespace {
 
 wchar_t service_name[] = L"KorvaDeploymentService";
-unsigned port = 0;
+unsigned port = 0;  // none
 SERVICE_STATUS_HANDLE status_handle;
 HANDLE stop_requested;
 
@@ -33,6 +36,13 @@ DWORD WINAPI handle_control(DWORD control, DWORD, void*, void*) {
     return NO_ERROR;
 }
 
+// 0 for a text that is no port's number.
+unsigned port_of(const wchar_t* text) {
+    wchar_t* end = nullptr;
+    const unsigned long number = std::wcstoul(text, &end, 10);
+    return *end == L'\0' && number <= 65535 ? static_cast<unsigned>(number) : 0;
+}
+
 void serve() {
     wchar_t own_path[MAX_PATH] = {};
     wchar_t windows[MAX_PATH] = {};
@@ -41,6 +51,8 @@ void serve() {
     const std::filesystem::path temp = std::filesystem::path(windows) / L"Temp";
     std::filesystem::create_directories(temp);
     lab::requests().write_to_file((temp / L"KorvaDeploymentSvc.log").wstring());
+    if (port == 0)
+        throw exc::runtime_exc_t("The command line names no port: KorvaDeploymentSvc.exe -port N.");
     lab::host()->deployment.upload_folder = std::filesystem::path(own_path).parent_path() / L"Upload";
 
     // Never destroyed: stopping in order waits until callers that are still connected go, and the process ends with the
@@ -72,7 +84,7 @@ void WINAPI service_main(DWORD, wchar_t**) {
 int wmain(int count, wchar_t** values) {
     for (int i = 1; i + 1 < count; ++i)
         if (std::wstring_view(values[i]) == L"-port")
-            port = static_cast<unsigned>(::_wtoi(values[i + 1]));
+            port = port_of(values[i + 1]);
     const SERVICE_TABLE_ENTRYW services[] = {{service_name, service_main}, {nullptr, nullptr}};
     if (::StartServiceCtrlDispatcherW(services))
         return 0;
