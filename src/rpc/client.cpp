@@ -79,7 +79,7 @@ CRpcClientBase::CRpcClientBase(RPC_IF_HANDLE interface_spec, std::wstring servic
 CRpcClientBase::~CRpcClientBase() = default;
 
 void CRpcClientBase::SetEndpoint(std::wstring_view host, std::uint32_t port) {
-    endpoint_ = std::make_shared<const endpoint_t>(std::wstring(host), port);
+    endpoint_ = std::make_shared<const endpoint_t>(endpoint_t{std::wstring(host), port});
 }
 
 void CRpcClientBase::SetAccount(std::wstring_view domain, std::wstring_view user, std::wstring_view password) {

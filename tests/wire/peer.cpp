@@ -218,7 +218,8 @@ void peer::serve(SOCKET socket, behaviour_t behaviour, unsigned script) {
                     break;
                 {
                     const std::lock_guard lock(mutex_);
-                    requests_.push_back(request);
+                    if (behaviour.keep_requests)
+                        requests_.push_back(request);
                     if (script != played_)
                         behaviour = script_.front();
                     script = played_;

@@ -28,6 +28,7 @@ struct behaviour_t {
     // What answers a request; the call id is the request's. Nothing returned: the connection is reset instead.
     std::function<bytes(const request_t&, std::uint32_t call_id)> reply;
     bool reset_after_reply = false;
+    bool keep_requests = true;  // for requests(); a benchmark has too many
 };
 
 // Answers every request with this stub.
