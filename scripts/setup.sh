@@ -19,7 +19,6 @@ packages=(
     python3-impacket
     "$@"
 )
-boost=1.81.0-5+deb12u1
 
 as_root() {
     if [ "$(id -u)" = 0 ]; then
@@ -37,10 +36,18 @@ apt_install() {
     as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "$@" >>build/apt.log 2>&1
 }
 
-installed=$(dpkg-query -W -f '${db:Status-Status} ${Package}\n' | sed -n 's/^installed //p')
+declare -A installed
+while read -r name version; do
+    installed[$name]=$version
+done < <(dpkg-query -W -f '${db:Status-Status} ${Package} ${Version}\n' | sed -n 's/^installed //p')
 missing=()
 for package in "${packages[@]}"; do
-    grep -qxF "${package%%=*}" <<<"$installed" || missing+=("$package")
+    name=${package%%=*} version=${installed[${package%%=*}]-}
+    if [ -z "$version" ]; then
+        missing+=("$package")
+    elif [ "$package" != "$name" ] && [ "$package" != "$name=$version" ]; then
+        echo "-- $name is $version instead of ${package#*=}"
+    fi
 done
 if [ ${#missing[@]} -gt 0 ]; then
     echo "-- installing ${missing[*]}"
@@ -72,11 +79,19 @@ private_apt() {
 }
 
 if [ ! -e build/deps/boost/.complete ]; then
+    boost=$(dpkg-query -W -f '${source:Version}' libboost1.81-dev)  # sources and headers are of one version
     echo "-- fetching Boost $boost"
     rm -rf build/deps/boost
     mkdir -p build/deps/boost
     private_apt
-    (cd build/deps/apt && apt-get "${apt_options[@]}" source --download-only "boost1.81=$boost" >/dev/null)
+    (
+        cd build/deps/apt
+        fetch() { apt-get "${apt_options[@]}" source --download-only "$1" >/dev/null; }
+        fetch "boost1.81=$boost" || {
+            echo "-- this version is not to be had; fetching the current one"
+            fetch boost1.81
+        }
+    )
     echo "-- unpacking Boost"
     tar -xJf build/deps/apt/boost1.81_*.orig.tar.xz -C build/deps/boost --strip-components=1 --wildcards '*/libs/filesystem/src/*'
     # The headers alone, never the rest of the host's include folder.
@@ -90,7 +105,10 @@ if [ ! -e "$WINEPREFIX/.complete" ]; then
     rm -rf "$WINEPREFIX"
     mkdir -p "$WINEPREFIX/home"
     # Without .NET and HTML engines nothing is offered for download, and with a home of its own nothing comes from the user's.
-    HOME="$WINEPREFIX/home" WINEDLLOVERRIDES="$WINEDLLOVERRIDES;mscoree,mshtml=d" "$WINE" wineboot -i >/dev/null 2>&1 </dev/null
+    HOME="$WINEPREFIX/home" WINEDLLOVERRIDES="$WINEDLLOVERRIDES;mscoree,mshtml=d" "$WINE" wineboot -i >build/wineboot.log 2>&1 </dev/null || {
+        tail -n 20 build/wineboot.log >&2
+        exit 1
+    }
     "$WINESERVER" -w
     # Wine links the user's folders (Documents, ...) to places under the home: plain folders instead.
     find "$WINEPREFIX/drive_c/users" -type l -exec sh -c 'for link; do rm "$link" && mkdir "$link"; done' sh {} +
