@@ -10,17 +10,25 @@ build "$preset"
 wine_session
 # Wine's RPC server can hang for good (lab/serve.cpp says how); a program that ran out of time gets another try, a failure does not.
 tests=(ctest --test-dir "build/$preset" --output-on-failure --repeat after-timeout:3)
+output=build/$preset/tests.log
+
+run_tests() {
+    local status=0
+    "${tests[@]}" "$@" | tee "$output" || status=$?
+    # Named, because a hang of our own would look the same.
+    sed -n 's/^.*Test *#[0-9]*: \([^ ]*\) .*\*\*\*Timeout.*/\1 ran out of time./p' "$output" >&2
+    return $status
+}
 
 if [ $# -eq 0 ]; then
-    "${tests[@]}"
+    run_tests
 elif grep -q 'Test *#' <<<"$("${tests[@]}" -N -R "^$1\$")"; then  # no pipe: grep would leave ctest writing into a closed one
-    "${tests[@]}" --verbose -R "^$1\$"
+    run_tests --verbose -R "^$1\$"
 else
     # Programs without such a case run none, say so and pass.
-    output=build/$preset/cases.log
     export GTEST_FILTER="*$1*"
     status=0
-    "${tests[@]}" --verbose -L cases | tee "$output" || status=$?
+    run_tests --verbose -L cases || status=$?
     if ! grep -q '\[ RUN ' "$output"; then
         echo "No test and no case is named like '$1'." >&2
         exit 1
