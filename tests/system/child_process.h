@@ -8,16 +8,17 @@
 #include "foundation/convert.h"
 #include "foundation/handles.h"
 
-// A program from the folder of this test program, with its output read line by line. Ended, if it runs still, by the
-// destructor.
+// A program from the folder of this test program, or of a full path, with its output read line by line. Ended, if it runs
+// still, by the destructor.
 class child_process {
 public:
     child_process(const std::wstring& program, const std::wstring& arguments) {
-        wchar_t own_path[MAX_PATH] = {};
-        ::GetModuleFileNameW(nullptr, own_path, MAX_PATH);
-        const std::wstring folder(own_path, std::wstring_view(own_path).rfind(L'\\') + 1);
-        std::wstring command = L"\"" + folder + program + L"\" " + arguments;
+        std::wstring command =
+            L"\"" + (program.find(L'\\') != program.npos ? L"" : own_folder()) + program + L"\" " + arguments;
 
+        // Wine starts its desktop with the first program that needs a window; had that program inherited the pipe, the desktop
+        // would keep it open.
+        ::GetDesktopWindow();
         SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
         win::unique_handle write_end;
         EXPECT_TRUE(::CreatePipe(output_.put(), write_end.put(), &inherited, 0));
@@ -34,6 +35,13 @@ public:
     }
     ~child_process() { end(); }
     child_process(const child_process&) = delete;
+
+    // Where this test program lies, with the separator behind it.
+    static std::wstring own_folder() {
+        wchar_t own_path[MAX_PATH] = {};
+        ::GetModuleFileNameW(nullptr, own_path, MAX_PATH);
+        return {own_path, std::wstring_view(own_path).rfind(L'\\') + 1};
+    }
 
     // The output up to the line that holds the text, or all of it where the program ends before.
     std::string read_until(std::string_view text) {

@@ -9,7 +9,8 @@
 
 #include "KorvaProxyClient.h"
 #include "tests/com/com_test.h"
-#include "tests/system/child_process.h"
+#include "tests/system/client.h"
+#include "tests/system/lab_process.h"
 
 namespace {
 
@@ -17,23 +18,6 @@ using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 using win::make_bstr;
-
-class lab_process : public child_process {
-public:
-    explicit lab_process(const std::wstring& options = L"--port 0")
-        : child_process(L"korva-lab.exe", options), greeting_(read_until("endpoint mapper")) {}
-
-    int port() const {
-        constexpr std::string_view before = "serves on port ";
-        const auto found = greeting_.find(before);
-        EXPECT_NE(found, std::string::npos) << greeting_;
-        return found == std::string::npos ? 0 : std::stoi(greeting_.substr(found + before.size()));
-    }
-    bool maps_endpoints() const { return greeting_.find("serves the endpoint mapper") != std::string::npos; }
-
-private:
-    std::string greeting_;
-};
 
 // Answers every connection with what is no remote-procedure call.
 class garbage_service {
@@ -86,16 +70,9 @@ private:
     std::jthread thread_;
 };
 
-// Wine takes the threading model "Neutral" for the main single-threaded apartment; only there calls are direct.
-struct single_threaded_com {
-    single_threaded_com() { EXPECT_EQ(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK); }
-    ~single_threaded_com() { ::CoUninitialize(); }
-};
-
 class Invoker : public ::testing::Test {
 protected:
     Invoker() {
-        EXPECT_EQ(exported("DllRegisterServer"), S_OK);
         CLSID clsid{};
         EXPECT_EQ(::CLSIDFromProgID(L"KorvaProxyClientDll.KorvaProxyInvoker.1", &clsid), S_OK);
         EXPECT_EQ(::CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, __uuidof(IProxyRpcInvoker),
@@ -103,14 +80,7 @@ protected:
                   S_OK);
         EXPECT_EQ(invoker->SetAccount(make_bstr(L"LAB\\operator").get(), make_bstr(L"secret").get()), S_OK);
     }
-    ~Invoker() override {
-        invoker.reset();
-        EXPECT_EQ(exported("DllUnregisterServer"), S_OK);
-        EXPECT_EQ(exported("DllCanUnloadNow"), S_OK);
-        ::FreeLibrary(dll);
-    }
 
-    HRESULT exported(const char* name) const { return reinterpret_cast<HRESULT(WINAPI*)()>(::GetProcAddress(dll, name))(); }
     void set_endpoint(const wchar_t* host, int port) { EXPECT_EQ(invoker->SetEndpoint(make_bstr(host).get(), port), S_OK); }
     HRESULT connect() { return invoker->Connect(make_bstr(L"6.0").get()); }
     HRESULT test_connection() { return invoker->TestConnection(make_bstr(L"6.0").get()); }
@@ -123,7 +93,7 @@ protected:
     }
 
     const single_threaded_com com;
-    const HMODULE dll = ::LoadLibraryW(L"KorvaProxyClient.dll");
+    const registered_dll dll;
     win::com_ptr<IProxyRpcInvoker> invoker;
 };
 

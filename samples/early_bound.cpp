@@ -1,0 +1,148 @@
+// early_bound.exe [HOST PORT ACCOUNT]: a snapshot of a Hyper-V host, its machine "web" and the machine's files, by the
+// generated header. Nothing is registered: early_bound.exe.manifest names the DLL's assembly, which lies beside the program.
+//
+//   cl /EHsc /I ..\sdk early_bound.cpp ..\sdk\KorvaProxyClient_i.c ole32.lib oleaut32.lib
+//   x86_64-w64-mingw32-g++ -I../sdk early_bound.cpp ../sdk/KorvaProxyClient_i.c -static -municode -lole32 -loleaut32
+#include <windows.h>
+
+#include <KorvaProxyClient.h>
+#include <oleauto.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+// One reference to an object; no more than this sample needs.
+template <class Interface>
+struct object {
+    object() = default;
+    object(const object&) = delete;
+    object& operator=(const object&) = delete;
+    ~object() {
+        if (pointer)
+            pointer->Release();
+    }
+    Interface* operator->() const { return pointer; }
+    Interface* pointer = nullptr;
+};
+
+struct text {
+    text() = default;
+    explicit text(const std::wstring& from) : value(::SysAllocStringLen(from.data(), static_cast<UINT>(from.size()))) {}
+    text(const text&) = delete;
+    text& operator=(const text&) = delete;
+    ~text() { ::SysFreeString(value); }
+    BSTR value = nullptr;
+};
+
+std::string utf8(const wchar_t* wide) {
+    std::string narrow(wide ? ::WideCharToMultiByte(CP_UTF8, 0, wide, -1, nullptr, 0, nullptr, nullptr) : 1, '\0');
+    if (wide)
+        ::WideCharToMultiByte(CP_UTF8, 0, wide, -1, narrow.data(), static_cast<int>(narrow.size()), nullptr, nullptr);
+    narrow.pop_back();
+    return narrow;
+}
+
+// The whole of error handling: the HRESULT says that a call failed, the thread's error object what failed and, line by line,
+// why.
+void check(const char* call, HRESULT result) {
+    if (SUCCEEDED(result))
+        return;
+    text description;
+    object<IErrorInfo> error;
+    if (::GetErrorInfo(0, &error.pointer) == S_OK)
+        error->GetDescription(&description.value);
+    throw std::runtime_error(std::string(call) + ": " + utf8(description.value));
+}
+
+void wait_for(const object<IKorvaHvAsyncOp>& operation) {
+    for (int poll = 0; poll < 600; ++poll) {
+        check("Refresh", operation->Refresh());
+        VARIANT_BOOL completed = VARIANT_FALSE, succeeded = VARIANT_FALSE;
+        check("IsCompleted", operation->get_IsCompleted(&completed));
+        if (!completed) {
+            ::Sleep(500);
+            continue;
+        }
+        check("IsSucceeded", operation->get_IsSucceeded(&succeeded));
+        text error;
+        check("ErrDescription", operation->get_ErrDescription(&error.value));
+        if (!succeeded)
+            throw std::runtime_error("The host could not do it: " + utf8(error.value));
+        return;
+    }
+    throw std::runtime_error("The host has not finished in five minutes.");
+}
+
+void print_files(SAFEARRAY* files) {
+    BSTR* paths = nullptr;
+    check("SafeArrayAccessData", ::SafeArrayAccessData(files, reinterpret_cast<void**>(&paths)));
+    for (ULONG i = 0; i < files->rgsabound[0].cElements; ++i)
+        std::printf("  %s\n", utf8(paths[i]).c_str());
+    ::SafeArrayUnaccessData(files);
+    ::SafeArrayDestroy(files);
+}
+
+void back_up(const object<IKorvaHvVssSnapshot>& snapshot, const text& machine) {
+    SAFEARRAY* files = nullptr;
+    check("EnumVmFiles", snapshot->EnumVmFiles(machine.value, &files));
+    std::puts("Files of the machine in the snapshot:");
+    print_files(files);
+    // Here a real console reads the files.
+    check("SetVmBackupStatus", snapshot->SetVmBackupStatus(machine.value, VARIANT_TRUE));
+}
+
+void run(const std::wstring& host, int port, const std::wstring& account) {
+    const wchar_t* const password = _wgetenv(L"KORVA_PASSWORD");
+    object<IKorvaHvIntegrator> integrator;
+    check("CoCreateInstance", ::CoCreateInstance(CLSID_KorvaHvIntegrator, nullptr, CLSCTX_INPROC_SERVER, IID_IKorvaHvIntegrator,
+                                                 reinterpret_cast<void**>(&integrator.pointer)));
+    check("SetEndpoint", integrator->SetEndpoint(text(host).value, port));
+    check("SetAccount", integrator->SetAccount(text(account).value, text(password ? password : L"").value));
+    check("TestConnection", integrator->TestConnection());
+
+    object<IKorvaHvOnhostVss> onhost;
+    check("OnhostVss", integrator->get_OnhostVss(&onhost.pointer));
+    const std::wstring web = L"6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02";  // a machine of the lab's host
+    const text machine(web);
+    object<IKorvaHvAsyncOp> operation;
+    check("BeginSnapshotCreationEx",
+          onhost->BeginSnapshotCreationEx(text(L"<Snapshot><VM ID='" + web + L"'/></Snapshot>").value, text(L"Sample").value,
+                                          text(L"early_bound").value, &operation.pointer));
+    wait_for(operation);
+
+    GUID id{};
+    check("OperationID", operation->get_OperationID(&id));
+    object<IKorvaHvVssSnapshot> snapshot;
+    check("GetSnapshotByOpID", onhost->GetSnapshotByOpID(id, &snapshot.pointer));
+    check("SnapshotID", snapshot->get_SnapshotID(&id));
+    // The host keeps a snapshot until it is told to let it go, whatever becomes of the work with it.
+    try {
+        back_up(snapshot, machine);
+    } catch (...) {
+        onhost->CloseSnapshot(id);
+        throw;
+    }
+    check("CloseSnapshot", onhost->CloseSnapshot(id));
+    std::puts("Snapshot closed.");
+}
+
+}  // namespace
+
+int wmain(int count, wchar_t** values) {
+    if (FAILED(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)))
+        return 1;
+    int status = 0;
+    try {
+        run(count > 1 ? values[1] : L"localhost", count > 2 ? static_cast<int>(std::wcstol(values[2], nullptr, 10)) : 2600,
+            count > 3 ? values[3] : L".\\operator");
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        status = 1;
+    }
+    ::CoUninitialize();
+    return status;
+}

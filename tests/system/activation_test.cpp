@@ -1,0 +1,58 @@
+// Activation by the side-by-side manifest beside the DLL, with nothing in the registry. (The early-bound sample is activated by
+// the manifest of its own executable.)
+#include <gtest/gtest.h>
+
+#include "com/class_table.h"
+#include "foundation/com_ptr.h"
+#include "tests/system/child_process.h"
+#include "tests/system/client.h"
+
+namespace {
+
+class activation_context {
+public:
+    explicit activation_context(const std::wstring& manifest) {
+        ACTCTXW description{};
+        description.cbSize = sizeof description;
+        description.lpSource = manifest.c_str();
+        context_ = ::CreateActCtxW(&description);
+        EXPECT_NE(context_, INVALID_HANDLE_VALUE) << ::GetLastError();
+        EXPECT_TRUE(::ActivateActCtx(context_, &cookie_));
+    }
+    ~activation_context() {
+        EXPECT_TRUE(::DeactivateActCtx(0, cookie_));
+        ::ReleaseActCtx(context_);
+    }
+    activation_context(const activation_context&) = delete;
+
+private:
+    HANDLE context_;
+    ULONG_PTR cookie_ = 0;
+};
+
+TEST(Activation, AContextGivesEveryClassByItsNamesAndItsTypes) {
+    const single_threaded_com com;
+    CLSID clsid{};
+    for (const com::class_entry& row : com::class_table())
+        ASSERT_EQ(::CLSIDFromProgID(row.prog_id, &clsid), CO_E_CLASSSTRING) << "registered: left by another test?";
+    {
+        const activation_context context(child_process::own_folder() + L"KorvaProxyClient.Assembly.manifest");
+        // Inside a context a ProgID leads to an alias of the class's identifier.
+        for (const com::class_entry& row : com::class_table())
+            for (const wchar_t* name : {row.prog_id, row.version_independent_prog_id}) {
+                SCOPED_TRACE(text::narrow(name));
+                ASSERT_EQ(::CLSIDFromProgID(name, &clsid), S_OK);
+                for (const CLSID& wanted : {clsid, row.clsid}) {
+                    win::com_ptr<IDispatch> object;
+                    ASSERT_EQ(::CoCreateInstance(wanted, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch,
+                                                 reinterpret_cast<void**>(object.put())),
+                              S_OK);
+                    win::com_ptr<ITypeInfo> type;
+                    EXPECT_EQ(object->GetTypeInfo(0, LOCALE_NEUTRAL, type.put()), S_OK);
+                }
+            }
+    }
+    EXPECT_EQ(::CLSIDFromProgID(com::class_table().front().prog_id, &clsid), CO_E_CLASSSTRING);
+}
+
+}  // namespace
