@@ -6,7 +6,7 @@
 #include "foundation/system_text.h"
 #include "logging/memory_receiver.h"
 #include "tests/deploy/played_host.h"
-#include "tests/deploy/thrown.h"
+#include "tests/foundation/thrown.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include "foundation/format.h"
 #include "foundation/system_text.h"
 #include "tests/deploy/played_host.h"
-#include "tests/deploy/thrown.h"
+#include "tests/foundation/thrown.h"
 
 namespace {
 

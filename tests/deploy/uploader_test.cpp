@@ -13,7 +13,7 @@
 #include "lab/request_log.h"
 #include "lab/server.h"
 #include "logging/memory_receiver.h"
-#include "tests/deploy/thrown.h"
+#include "tests/foundation/thrown.h"
 
 namespace {
 
