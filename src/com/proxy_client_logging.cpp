@@ -3,11 +3,17 @@
 #include "foundation/convert.h"
 #include "foundation/errors.h"
 #include "logging/kbmngr_log_file.h"
+#include "logging/log.h"
 
 namespace impl {
 namespace {
 
 constexpr std::string_view no_path = "Path to the log file is not specified.";
+
+void use(std::shared_ptr<logging::receiver::log_file_t> receiver) {
+    logging::default_log()->set_receiver(std::move(receiver));
+    logging::default_log()->set_line_style(logging::console_layout);
+}
 
 bool missing_or_empty(const std::optional<std::wstring_view>& text) { return !text || text->empty(); }
 
@@ -26,11 +32,6 @@ void CProxyClientLogging::SetLogSynchronized(std::optional<std::wstring_view> pa
     if (missing_or_empty(mutex_name))
         throw exc::runtime_exc_t("Mutex name is not specified.");
     use(std::make_shared<win::kbmngr_sync_log_file_t>(text::narrow(*path), text::narrow(*mutex_name)));
-}
-
-void CProxyClientLogging::use(std::shared_ptr<logging::receiver::log_file_t> receiver) {
-    log_->set_receiver(std::move(receiver));
-    log_->set_line_style(logging::console_layout);
 }
 
 }  // namespace impl

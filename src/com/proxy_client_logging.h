@@ -1,10 +1,7 @@
 #pragma once
 
-#include <memory>
 #include <optional>
 #include <string_view>
-
-#include "logging/log.h"
 
 namespace impl {
 
@@ -12,18 +9,11 @@ namespace impl {
 // The receiver in use before is let go. Nothing is written here; the first line comes with the next message.
 class CProxyClientLogging {
 public:
-    explicit CProxyClientLogging(std::shared_ptr<logging::log_t> log = logging::default_log()) : log_(std::move(log)) {}
-
     // Throws exc::runtime_exc_t where there is no path. An empty one is taken as it is, and what is written then is dropped.
     void SetLogPath(std::optional<std::wstring_view> path);
 
     // Each write happens under the mutex of that name. Throws exc::runtime_exc_t where path or name is missing or empty.
     void SetLogSynchronized(std::optional<std::wstring_view> path, std::optional<std::wstring_view> mutex_name);
-
-private:
-    void use(std::shared_ptr<logging::receiver::log_file_t> receiver);
-
-    const std::shared_ptr<logging::log_t> log_;
 };
 
 }  // namespace impl

@@ -2,32 +2,19 @@
 
 #include <gmock/gmock.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-
 #include "com/class_factory.h"
 #include "logging/memory_receiver.h"
+#include "logging/win_log_file.h"
 #include "logging/write.h"
 #include "tests/com/com_test.h"
+#include "tests/logging/scratch.h"
 
 namespace {
-
-std::string take_file(const std::filesystem::path& path) {
-    std::string text;
-    {
-        std::ifstream file(path, std::ios::binary);
-        text.assign(std::istreambuf_iterator<char>(file), {});
-    }
-    std::filesystem::remove(path);
-    return text;
-}
 
 // The process's own log is a receiver in memory until an object puts another in its place.
 class logging_object_test : public com_test {
 protected:
     logging_object_test() {
-        std::filesystem::remove(path_);
         com::get_class_object(CLSID_KorvaProxyClientLogging, IID_IClassFactory, reinterpret_cast<void**>(factory_.put()));
         factory_->CreateInstance(nullptr, __uuidof(IKorvaProxyClientLogging), reinterpret_cast<void**>(object_.put()));
     }
@@ -49,7 +36,9 @@ protected:
         return error ? error->description : "(no error object)";
     }
 
-    const std::filesystem::path path_ = std::filesystem::temp_directory_path() / "korva_logging_object.log";
+    const scratch_t scratch_;
+    const std::string path_ = scratch_ / "a.log";
+    const std::wstring wide_path_ = text::widen(path_);
     logging::captured_log_t log_;
     win::com_ptr<IClassFactory> factory_;
     win::com_ptr<IKorvaProxyClientLogging> object_;
@@ -61,8 +50,8 @@ TEST_F(logging_object_test, ChecksItsArgumentsInOrderAndTellsNullFromEmpty) {
     EXPECT_EQ(set_path(nullptr), no_path);
     EXPECT_EQ(set_synchronized(nullptr, nullptr), no_path);
     EXPECT_EQ(set_synchronized(L"", L"mutex"), no_path);
-    EXPECT_EQ(set_synchronized(path_.c_str(), nullptr), no_mutex);
-    EXPECT_EQ(set_synchronized(path_.c_str(), L""), no_mutex);
+    EXPECT_EQ(set_synchronized(wide_path_.c_str(), nullptr), no_mutex);
+    EXPECT_EQ(set_synchronized(wide_path_.c_str(), L""), no_mutex);
     logging::warning("still here");
     EXPECT_EQ(log_.texts().back(), "WARN|still here") << "a failure leaves receiver and layout";
 
@@ -73,14 +62,19 @@ TEST_F(logging_object_test, ChecksItsArgumentsInOrderAndTellsNullFromEmpty) {
 }
 
 TEST_F(logging_object_test, SendsTheLogToTheFileInTheConsolesLayout) {
-    EXPECT_EQ(set_path(path_.c_str()), "");
-    EXPECT_FALSE(std::filesystem::exists(path_)) << "the first line comes with the next message";
+    const std::string before = scratch_ / "before.log";
+    logging::default_log()->set_receiver(std::make_shared<win::win_log_file_t>(before));
+    EXPECT_EQ(set_path(wide_path_.c_str()), "");
+    EXPECT_TRUE(::DeleteFileA(before.c_str())) << "the file in use before is still open";
+    EXPECT_FALSE(exists(path_)) << "the first line comes with the next message";
     logging::warning("plain");
-    EXPECT_THAT(take_file(path_), ::testing::MatchesRegex("\\[.*\\] <.\\d> Warning  plain\r\n"));
+    EXPECT_THAT(read_all(path_), ::testing::MatchesRegex("\\[.*\\] <.\\d> Warning  plain\r\n"));
 
-    EXPECT_EQ(set_synchronized(path_.c_str(), L"korva-test-logging-object"), "");
+    ::DeleteFileA(path_.c_str());
+    EXPECT_EQ(set_synchronized(wide_path_.c_str(), L"korva-test-logging-object"), "");
+    EXPECT_FALSE(exists(path_));
     logging::error("synchronized");
-    EXPECT_THAT(take_file(path_), ::testing::MatchesRegex("\\[.*\\] <.\\d> Error    synchronized\r\n"));
+    EXPECT_THAT(read_all(path_), ::testing::MatchesRegex("\\[.*\\] <.\\d> Error    synchronized\r\n"));
 }
 
 TEST_F(logging_object_test, APathThatTheCodePageCannotHoldFailsAndIsNotTaken) {
