@@ -21,13 +21,6 @@ void to_debugger(std::string_view lines) {
     ::OutputDebugStringA(bytes.c_str());
 }
 
-unique_socket new_datagram_socket() {
-    unique_socket made(::socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP));
-    if (made)
-        ::SetHandleInformation(reinterpret_cast<HANDLE>(made.get()), HANDLE_FLAG_INHERIT, 0);
-    return made;
-}
-
 }  // namespace
 
 COutputDebugStringLog::~COutputDebugStringLog() {
@@ -41,7 +34,7 @@ void COutputDebugStringLog::write(std::string_view lines) {
     if (!socket_) {
         WSADATA data;
         winsock_started_ = winsock_started_ || ::WSAStartup(MAKEWORD(2, 2), &data) == 0;
-        socket_ = new_datagram_socket();
+        socket_.reset(::WSASocketW(AF_INET, SOCK_DGRAM, IPPROTO_UDP, nullptr, 0, WSA_FLAG_NO_HANDLE_INHERIT));
         if (socket_)
             read_settings();
     }

@@ -2,9 +2,11 @@
 
 #include <gmock/gmock.h>
 
+#include <memory>
 #include <optional>
 
-#include "foundation/errors.h"
+#include "tests/foundation/thrown.h"
+#include "tests/logging/child.h"
 #include "tests/logging/registry_setting.h"
 
 namespace {
@@ -14,16 +16,16 @@ using logging::receiver::unique_socket;
 
 const wchar_t* const key = L"SOFTWARE\\KorvA\\Korva NFS";
 
-// Listens on a UDP port of 127.0.0.1.
+// Listens on a UDP port of this machine.
 class listener_t {
 public:
-    explicit listener_t(std::uint16_t port) {
+    explicit listener_t(std::uint16_t port, std::uint32_t host = INADDR_LOOPBACK) {
         WSADATA data;
         ::WSAStartup(MAKEWORD(2, 2), &data);
         socket_.reset(::socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP));
         sockaddr_in address{};
         address.sin_family = AF_INET;
-        address.sin_addr.s_addr = ::htonl(INADDR_LOOPBACK);
+        address.sin_addr.s_addr = ::htonl(host);
         address.sin_port = ::htons(port);
         EXPECT_EQ(::bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
         u_long nonblocking = 1;
@@ -37,12 +39,17 @@ public:
     // A datagram to this machine itself is there as soon as it is sent.
     std::optional<std::string> received() {
         char bytes[256];
-        const int length = ::recv(socket_.get(), bytes, sizeof bytes, 0);
+        int address_length = sizeof sender_;
+        const int length =
+            ::recvfrom(socket_.get(), bytes, sizeof bytes, 0, reinterpret_cast<sockaddr*>(&sender_), &address_length);
         return length >= 0 ? std::optional(std::string(bytes, static_cast<std::size_t>(length))) : std::nullopt;
     }
 
+    std::uint16_t port_of_sender() const { return ::ntohs(sender_.sin_port); }
+
 private:
     unique_socket socket_;
+    sockaddr_in sender_{};
 };
 
 std::string* debugger_output = nullptr;
@@ -83,45 +90,51 @@ TEST(DebugOutput, SendsACopyToTheDefaultAddress) {
 
 TEST(DebugOutput, SendsTheCopyWhereTheRegistrySays) {
     const registry_setting_t enabled(key, L"ExtLogEnabled", 5);
-    const registry_setting_t host(key, L"ExtLogHost", L"127.0.0.1");
+    const registry_setting_t host(key, L"ExtLogHost", L"127.0.0.2");
     const registry_setting_t port(key, L"ExtLogPort", 40123);
-    listener_t listener(40123);
+    listener_t listener(40123, INADDR_LOOPBACK + 1);
     COutputDebugStringLog log;
     log.write("one\r\n");
     EXPECT_EQ(listener.received(), "one\r\n");
 }
 
 TEST(DebugOutput, WrongSettingsFailOnceAndLeaveTheCopyOff) {
-    const auto failure = [](COutputDebugStringLog& log) {
-        try {
-            log.write("one\r\n");
-            return std::string();
-        } catch (const exc::exc_base_t& error) {
-            return std::string(error.what());
-        }
+    // Of the first message; the second one is written without.
+    const auto failure = [] {
+        COutputDebugStringLog log;
+        const std::string text = thrown_text([&] { log.write("one\r\n"); });
+        EXPECT_EQ(thrown_text([&] { log.write("two\r\n"); }), "nothing");
+        return text;
     };
     listener_t listener(37183);
     {
         const registry_setting_t text(key, L"ExtLogEnabled", L"1");
-        COutputDebugStringLog log;
-        EXPECT_EQ(failure(log),
+        EXPECT_EQ(failure(),
                   "Cannot retrieve a registry value. Value name: [ExtLogEnabled]. Expected value type: [4].\n"
                   "Unexpected registry type: [1].");
-        EXPECT_EQ(failure(log), "");
     }
     {
         const registry_setting_t enabled(key, L"ExtLogEnabled", 1);
         const registry_setting_t number(key, L"ExtLogHost", 1);
-        COutputDebugStringLog log;
-        EXPECT_THAT(failure(log),
-                    ::testing::HasSubstr("[ExtLogHost]. Expected value type: [1].\nUnexpected registry type: [4]."));
-        EXPECT_EQ(failure(log), "");
+        EXPECT_EQ(failure(),
+                  "Cannot retrieve a registry value. Value name: [ExtLogHost]. Expected value type: [1].\n"
+                  "Unexpected registry type: [4].");
     }
     ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, key);
-    COutputDebugStringLog log;
-    EXPECT_THAT(failure(log), ::testing::EndsWith("Failed to open registry key [SOFTWARE\\KorvA\\Korva NFS]."));
-    EXPECT_EQ(failure(log), "");
+    EXPECT_THAT(failure(), ::testing::EndsWith("Failed to open registry key [SOFTWARE\\KorvA\\Korva NFS]."));
     EXPECT_EQ(listener.received(), std::nullopt);
+}
+
+TEST(DebugOutput, ChildProcessesDoNotInheritTheSocket) {
+    const registry_setting_t enabled(key, L"ExtLogEnabled", 1);
+    listener_t listener(37183);
+    auto log = std::make_unique<COutputDebugStringLog>();
+    log->write("one\r\n");
+    ASSERT_EQ(listener.received(), "one\r\n");
+    child::process_t other("stay", {}, true);
+    other.wait_until_ready();
+    log.reset();
+    listener_t same_port(listener.port_of_sender());  // fails while anybody has the socket
 }
 
 }  // namespace
