@@ -37,6 +37,11 @@ process_log_t& process_log() {
     return instance;
 }
 
+// Null where the process ends, or where its log cannot be made for want of memory: the next call tries again.
+log_t* usable_log() noexcept try { return process_log_gone ? nullptr : process_log().log.get(); } catch (...) {
+    return nullptr;
+}
+
 }  // namespace
 
 bool reentrant_lock_t::wait() noexcept {
@@ -127,7 +132,7 @@ void log_t::lower_indentation() noexcept {
 
 const std::shared_ptr<log_t>& default_log() { return process_log().log; }
 
-log_scope::log_scope() noexcept : log_(process_log_gone ? nullptr : default_log().get()) {
+log_scope::log_scope() noexcept : log_(usable_log()) {
     if (log_)
         log_->raise_indentation();
 }
@@ -140,10 +145,8 @@ log_scope::~log_scope() {
 namespace detail {
 
 void write(std::uint32_t level, std::string_view message) noexcept {
-    if (process_log_gone)
-        return;
-    const process_log_t& own = process_log();
-    own.log->write(level, own.log->indentation(), own.line_format, message);
+    if (log_t* const log = usable_log())
+        log->write(level, log->indentation(), process_log().line_format, message);
 }
 
 void write_list(std::uint32_t level, std::string_view message, std::span<const text::arg_t> args) noexcept try {

@@ -77,7 +77,7 @@ public:
     log_scope& operator=(const log_scope&) = delete;
 
 private:
-    log_t* log_;  // null where the process's log is gone: the process ends
+    log_t* log_;  // null where the process's log is gone (the process ends) or could not be made
 };
 
 }  // namespace logging

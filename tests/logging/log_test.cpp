@@ -122,26 +122,29 @@ TEST(Log, SwallowsTheReceiversFailureAndLetsItWriteAgain) {
     receiver->log = &log;
     log.set_receiver(receiver);
     log.write(2, 0, nullptr, "lost");
-    log.write(2, 0, nullptr, "outer");
+    log.write(2, 0, nullptr, "one call\nouter");
     const std::string text = receiver->text();
     EXPECT_EQ(receiver->calls, 3);
     EXPECT_EQ(text.substr(text.size() - 14), "inner\r\nouter\r\n") << "the outer text outlives the inner message";
 }
 
-TEST(Log, LinesOfOneMessageStayTogether) {
+TEST(Log, LinesOfOneMessageStayTogetherAlsoWhileReceiversChange) {
     logging::log_t log;
-    const auto memory = std::make_shared<logging::receiver::memory_receiver_t>();
-    log.set_receiver(memory);
+    std::shared_ptr<logging::receiver::memory_receiver_t> receivers[2];
+    for (auto& receiver : receivers)
+        log.set_receiver(receiver = std::make_shared<logging::receiver::memory_receiver_t>());
     std::thread threads[4];
     for (std::thread& thread : threads) {
-        thread = std::thread([&log] {
-            for (int i = 0; i < 500; ++i)
+        thread = std::thread([&] {
+            for (int i = 0; i < 500; ++i) {
                 log.write(3, 0, nullptr, "one\ntwo");
+                log.set_receiver(receivers[i % 2]);
+            }
         });
     }
     for (std::thread& thread : threads)
         thread.join();
-    const std::string text = memory->text();
+    const std::string text = receivers[0]->text() + receivers[1]->text();
     std::size_t pairs = 0;
     for (std::size_t at = 0; (at = text.find("WARN|one\r\n", at)) != std::string::npos; ++pairs) {
         at = text.find("|", at + 5);
