@@ -20,27 +20,19 @@ void take(const age_step_t& step, const file_functions_t& files) {
 
 }  // namespace
 
-std::vector<age_step_t> plan_ageing(std::string_view path, std::string_view extension, unsigned limit,
-                                    const std::function<bool(const std::string&)>& exists) {
-    std::vector<age_step_t> steps;
-    for (unsigned index = limit + 1; index-- > 0;) {
-        const std::string name = make_aged_name(path, extension, index);
-        if (exists(name))
-            steps.push_back({name, index == limit ? std::string() : make_aged_name(path, extension, index + 1)});
-    }
-    return steps;
-}
-
 std::vector<age_step_t> age_files(std::string_view path, std::string_view extension, unsigned limit,
                                   const file_functions_t& files) {
     const auto fail = [&] {
         return text::format("Cannot age file. File path: [%1]. Extension: [%2]. Ages limit: [%3].", path, extension, limit);
     };
     return exc::wrap_errors(fail, [&] {
-        const auto exists = [&](const std::string& name) { return files.exists(text::widen(name)); };
         std::vector<age_step_t> taken;
         try {
-            for (const age_step_t& step : plan_ageing(path, extension, limit, exists)) {
+            for (unsigned index = limit + 1; index-- > 0;) {
+                const std::string name = make_aged_name(path, extension, index);
+                if (!files.exists(text::widen(name)))
+                    continue;
+                const age_step_t step{name, index == limit ? "" : make_aged_name(path, extension, index + 1)};
                 take(step, files);
                 taken.push_back(step);
             }

@@ -14,12 +14,9 @@ struct age_step_t {
     std::string to;
 };
 
-// The steps that free `path` for a new archive: the one of index `limit` goes, every other moves one index up, oldest first.
-std::vector<age_step_t> plan_ageing(std::string_view path, std::string_view extension, unsigned limit,
-                                    const std::function<bool(const std::string&)>& exists);
-
-// Takes the steps and returns those taken. A failure moves back what was moved, so that an archive which cannot be renamed
-// (somebody reads it) does not push out the oldest ones at every attempt, and throws.
+// Frees `path` for a new archive: the one of index `limit` goes, every other moves one index up, oldest first. Returns the
+// steps taken. A failure moves back what was moved, so that an archive which cannot be renamed (somebody reads it) does not
+// push out the oldest ones at every attempt, and throws.
 std::vector<age_step_t> age_files(std::string_view path, std::string_view extension, unsigned limit,
                                   const file_functions_t& files);
 

@@ -18,7 +18,7 @@ constexpr unsigned candidates = 1000;
 
 void create_directory_of(const std::string& path, const file_functions_t& files) {
     const std::size_t end = path.find_last_of("\\/");
-    if (end == std::string::npos)
+    if (end == std::string::npos || end == 0)
         return;
     const std::string directory = path.substr(0, end);
     if (!files.create_directories(text::widen(directory)))
@@ -31,11 +31,12 @@ std::string path_with_directory(const std::string& path, const file_functions_t&
     return path;
 } catch (const exc::win_sys_exc_t&) {
     const std::optional<std::string> configured = configured_log_directory();
-    const std::optional<std::string> moved = configured ? moved_below(path, *configured, common_log_directory()) : std::nullopt;
-    if (!moved)
+    const std::optional<std::string> tail = configured ? tail_below(path, *configured) : std::nullopt;
+    if (!tail)
         throw;
-    create_directory_of(*moved, files);
-    return *moved;
+    const std::string moved = common_log_directory() + *tail;
+    create_directory_of(moved, files);
+    return moved;
 }
 
 std::shared_ptr<win::win_log_file_t> open_first_free(const std::string& path, const file_functions_t& files) {
@@ -56,20 +57,21 @@ std::shared_ptr<win::win_log_file_t> open_log_file(const std::string& path, cons
 }
 
 void open_default_log() noexcept try {
-    const std::shared_ptr<win::win_log_file_t> file = open_log_file(default_log_directory() + "Auxiliary.KorvaProxyClient.log");
+    const std::string path = default_log_directory() + "Auxiliary.KorvaProxyClient.log";
+    const std::shared_ptr<win::win_log_file_t> file = open_log_file(path);
     // A log that an earlier run left full is compressed before anything is written to it. Where that fails, the log goes on.
     std::optional<exc::runtime_exc_t> failure;
     try {
         rotate_when_full(*file);
     } catch (const std::exception& error) {
-        failure = exc::nested(text::format("Failed to initialize log [%1].", file->path()), error);
+        failure = exc::nested(text::format("Failed to initialize log [%1].", path), error);
     }
     default_log()->set_receiver(file);
     default_log()->set_size_control(true);
     write_log_header();
     if (failure)
         log_exception(*failure);
-} catch (const std::exception&) {
+} catch (...) {
     // Nobody to tell: the host goes on without a log.
 }
 

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <io.h>
+#include <share.h>
 #include <sys/stat.h>
 #include <zlib.h>
 
@@ -39,13 +40,17 @@ bool create_with_parents(const std::wstring& path) {
 }
 
 // zlib's own gzopen takes a narrow path and makes a handle that child processes inherit; it goes on from an open file as well.
+// Nobody may read the archive before it is whole: who holds it would keep an unfinished one from being deleted.
 gzFile open_archive(const std::wstring& path, const char* mode) {
-    const int file = ::_wopen(path.c_str(), _O_CREAT | _O_EXCL | _O_WRONLY | _O_BINARY | _O_NOINHERIT, _S_IREAD | _S_IWRITE);
+    const int file =
+        ::_wsopen(path.c_str(), _O_CREAT | _O_EXCL | _O_WRONLY | _O_BINARY | _O_NOINHERIT, _SH_DENYRW, _S_IREAD | _S_IWRITE);
     if (file == -1)
         return nullptr;
     const gzFile archive = ::gzdopen(file, mode);
-    if (!archive)
+    if (!archive) {
         ::_close(file);
+        ::DeleteFileW(path.c_str());
+    }
     return archive;
 }
 

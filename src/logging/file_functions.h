@@ -30,7 +30,8 @@ struct file_functions_t {
     std::function<bool(const std::wstring& from, const std::wstring& to)> rename;  // fails where `to` exists
     std::function<bool(const std::wstring& path)> create_directories;              // with all missing parents
 
-    // A new archive (fails where one of that name exists), not inherited by child processes; null and errno on failure.
+    // A new archive (fails where one of that name exists), shared with nobody while it is open, not inherited by child
+    // processes; null and errno on failure.
     std::function<gzFile_s*(const std::wstring& path, const char* mode)> gz_open;
     std::function<int(gzFile_s* archive, const void* bytes, unsigned length)> gz_write;  // 0 on failure
     std::function<int(gzFile_s* archive)> gz_finish;                                     // a zlib code

@@ -49,14 +49,14 @@ std::string default_log_directory() {
     return configured ? with_separator(*configured) : common_log_directory();
 }
 
-std::optional<std::string> moved_below(const std::string& path, std::string directory, const std::string& other) {
+std::optional<std::string> tail_below(const std::string& path, std::string directory) {
     directory = with_separator(directory);
     if (path.size() < directory.size() || !is_separator(path[directory.size() - 1]))
         return std::nullopt;
     const std::string_view front = std::string_view(path).substr(0, directory.size() - 1);
     if (!equal_names(front, std::string_view(directory).substr(0, directory.size() - 1)))
         return std::nullopt;
-    return with_separator(other) + path.substr(directory.size());
+    return path.substr(directory.size());
 }
 
 }  // namespace logging

@@ -15,7 +15,7 @@ std::string common_log_directory();
 // The configured one, else the common one; ends with "\".
 std::string default_log_directory();
 
-// `path` with `directory` in front replaced by `other`; none where the path does not lie below the directory.
-std::optional<std::string> moved_below(const std::string& path, std::string directory, const std::string& other);
+// What of the path stands behind the directory and its "\"; none where the path does not lie below the directory.
+std::optional<std::string> tail_below(const std::string& path, std::string directory);
 
 }  // namespace logging

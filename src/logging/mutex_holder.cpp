@@ -39,14 +39,36 @@ struct world_access_t {
     }
 };
 
+constexpr int open_attempts = 100;  // each but the first after somebody else's mutex went just then
+
+// Code 183 where the mutex was there before. Whoever creates a mutex that is there asks for every right to it, more than the
+// list above gives; it is then opened for the two that it takes.
+unique_handle create_or_open(const std::string& name, SECURITY_ATTRIBUTES& attributes, DWORD& code) {
+    unique_handle mutex;
+    for (int attempt = 0; attempt < open_attempts; ++attempt) {
+        mutex.reset(::CreateMutexA(&attributes, TRUE, name.c_str()));
+        code = ::GetLastError();
+        if (mutex || code != ERROR_ACCESS_DENIED)
+            break;
+        mutex.reset(::OpenMutexA(SYNCHRONIZE | MUTEX_MODIFY_STATE, FALSE, name.c_str()));
+        if (mutex) {
+            code = ERROR_ALREADY_EXISTS;
+            break;
+        }
+        if (::GetLastError() != ERROR_FILE_NOT_FOUND)
+            break;
+    }
+    return mutex;
+}
+
 }  // namespace
 
 void CMutexHolder::acquire(const std::string& name, DWORD wait_ms) {
     world_access_t access;
     release();
     SECURITY_ATTRIBUTES attributes{sizeof attributes, &access.descriptor, FALSE};
-    unique_handle mutex(::CreateMutexA(&attributes, TRUE, name.c_str()));
-    const DWORD code = ::GetLastError();
+    DWORD code = 0;
+    unique_handle mutex = create_or_open(name, attributes, code);
     if (!mutex)
         throw exc::win_sys_exc_t(text::format("Failed to create mutex [%1]", text::from_code_page(name)), code);
     if (code == ERROR_ALREADY_EXISTS) {

@@ -23,9 +23,7 @@ void rotate(receiver::log_file_t& receiver, const file_functions_t& files, const
         moved = true;
         archive.close();
     } catch (...) {
-        if (made && !moved)
-            files.remove(text::widen(archive_path));
-        if (!moved)
+        if (!moved && (!made || files.remove(text::widen(archive_path))))
             undo_ageing(aged, files);
         throw;
     }

@@ -3,12 +3,18 @@
 #include <gmock/gmock.h>
 
 #include "foundation/errors.h"
-#include "logging/log_directory.h"
 #include "logging/memory_receiver.h"
+#include "logging/write.h"
+#include "tests/logging/registry_setting.h"
+#include "tests/logging/scratch.h"
 
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+using ::testing::Matcher;
+using ::testing::MatchesRegex;
+using ::testing::StartsWith;
 
 const std::string ruler(77, '=');
 
@@ -53,17 +59,90 @@ TEST(LogHeader, AFailureInOneGroupLeavesTheOther) {
                     "ERR |  Access denied.", ">>  |  Failed to retrieve OS version", "}"));
 }
 
-TEST(LogHeader, AsksTheRealProcessAndSystem) {
-    const logging::header_facts_t real;
-    EXPECT_THAT(real.executable_path(), ::testing::HasSubstr("logging_tests.exe"));
-    EXPECT_THAT(real.file_version("C:\\windows\\system32\\kernel32.dll"), ::testing::MatchesRegex("\\d+\\.\\d+\\.\\d+\\.\\d+"));
-    EXPECT_GE(real.os_version().dwMajorVersion, 6u);
-    try {
-        real.file_version(real.executable_path());
-        FAIL() << "the test program has no version resource";
-    } catch (const exc::win_sys_exc_t& error) {
-        EXPECT_EQ(error.lines().at(1), "Size of the version resource is unknown.");
+TEST(LogHeader, FindsTheVersionOfAFile) {
+    EXPECT_THAT(logging::header_facts_t().file_version("C:\\windows\\system32\\kernel32.dll"),
+                MatchesRegex("\\d+\\.\\d+\\.\\d+\\.\\d+"));
+}
+
+// The module's log in a folder of the test's own, closed again at the end.
+class default_log_test : public ::testing::Test {
+protected:
+    ~default_log_test() override { close(); }
+
+    void open_and_close() {
+        logging::open_default_log();
+        logging::info("line");
+        close();
     }
+    // What was written behind the bytes that an earlier run left.
+    std::vector<std::string> texts_behind(const std::string& earlier) const {
+        const std::string log = read_all(path_);
+        EXPECT_TRUE(log.starts_with(earlier));
+        return texts_of(log.substr(earlier.size()));
+    }
+
+    const scratch_t scratch_;
+    const registry_setting_t setting_{L"SOFTWARE\\Korva\\Quorvane", L"LogDirectory", text::widen(scratch_.folder())};
+    const std::string path_ = scratch_ / "Auxiliary.KorvaProxyClient.log";
+
+private:
+    static void close() {
+        logging::default_log()->set_receiver(nullptr);
+        logging::default_log()->set_size_control(false);
+    }
+};
+
+// The header that this program, which has no version, gets under this system.
+const std::vector<Matcher<std::string>> real_header = {
+    "     ",
+    "     " + ruler,
+    "     {",
+    MatchesRegex("       Path to the executable module:\\w:.*\\\\logging_tests.exe"),
+    StartsWith("     ERR |  "),
+    "     >>  |  Size of the version resource is unknown.",
+    MatchesRegex("       OS version: 0\\.\\d+\\.0\\.\\d+"),
+    MatchesRegex("       OS build: \\d+"),
+    StartsWith("       OS description: "),
+    "     }"};
+
+std::vector<Matcher<std::string>> header_and(const std::vector<std::string>& texts) {
+    std::vector<Matcher<std::string>> all = real_header;
+    all.insert(all.end(), texts.begin(), texts.end());
+    return all;
+}
+
+TEST_F(default_log_test, CompressesAFullLogAndBeginsWithTheHeader) {
+    const std::string earlier = numbered_lines(15'728'640);
+    write_all(path_, earlier);
+    open_and_close();
+    EXPECT_TRUE(read_archive(path_ + ".gz") == earlier);
+    EXPECT_THAT(texts_behind(""), ElementsAreArray(header_and({"     line"})));
+}
+
+TEST_F(default_log_test, GoesOnInAFullLogThatCannotBeRotated) {
+    const std::string earlier(15'728'640, 'x');
+    write_all(path_, earlier);
+    write_archive(path_ + ".gz", "held");
+    {
+        const win::unique_file reader(
+            ::CreateFileA((path_ + ".gz").c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+        open_and_close();
+    }
+    EXPECT_THAT(texts_behind(earlier),
+                ElementsAreArray(
+                    header_and({"     ERR |Failed to initialize log [" + path_ + "].",
+                                "     >>  |Unable to validate log size limit. Log path: [" + path_ + "].",
+                                "     >>  |Cannot age file. File path: [" + path_ + ".gz]. Extension: [gz]. Ages limit: [10].",
+                                "     >>  |Sharing violation.",
+                                "     >>  |Failed to rename file [" + path_ + ".gz] to [" + path_ + ".1.gz].", "     line"})));
+    EXPECT_EQ(read_archive(path_ + ".gz"), "held");
+}
+
+TEST_F(default_log_test, ThatCannotBeOpenedLeavesTheProcessWithoutReceiver) {
+    std::filesystem::create_directory(path_);
+    logging::open_default_log();
+    logging::info("dropped");
+    EXPECT_EQ(logging::default_log()->set_receiver(nullptr), nullptr);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -80,4 +81,17 @@ inline std::string numbered_lines(std::size_t bytes) {
     for (std::uint32_t number = 1; text.size() < bytes; ++number)
         text += "a line that tells its number: " + std::to_string(number) + "\r\n";
     return text;
+}
+
+// The lines of a log without time stamp and thread.
+inline std::vector<std::string> texts_of(std::string_view log) {
+    std::vector<std::string> texts;
+    while (!log.empty()) {
+        const std::size_t end = log.find("\r\n");
+        EXPECT_NE(end, log.npos) << "a line without its end";
+        const std::string_view line = log.substr(0, end);
+        texts.emplace_back(line.substr(std::min(line.find('>') + 2, line.size())));
+        log.remove_prefix(std::min(line.size() + 2, log.size()));
+    }
+    return texts;
 }
