@@ -31,7 +31,10 @@ struct Deployer : testing::Test {
     impl::CKorvaDeployer deployer{host.platform()};
 
     void SetUp() override { deployer.SetEndpoint(L"host", 6160); }
-    void TearDown() override { expect_all_given_back(""); }
+    void TearDown() override {
+        expect_all_given_back("");
+        EXPECT_FALSE(log.holds("secret"));
+    }
 
     void log_on() { deployer.SetAccount(L"KORVA\\admin", L"secret"); }
     void put_service(DWORD state, const std::string& line = command_line) {
@@ -40,13 +43,16 @@ struct Deployer : testing::Test {
         host.add_folder(share + L"\\Korva\\Backup");
         host.add_file(remote_executable);
     }
-    void expect_all_given_back(const std::string& where) {
-        EXPECT_EQ(host.left_open(), "") << where;
+    void expect_all_given_back(const std::string& where, const std::string& but = "") {
+        EXPECT_EQ(host.left_open(), but) << where;
         EXPECT_EQ(win::impersonation_tokens().find(remote_executable), nullptr) << where;
         EXPECT_FALSE(win::win_impersonation_counter_t::of_thread().inside()) << where;
     }
-    static std::string expected_text(const std::string& outer, std::string_view causes, DWORD code) {
-        return causes.empty() ? "nothing" : outer + "\n" + text::format(causes, exc::system_error_text(code));
+    std::string installing() {
+        return thrown_text([&] { deployer.InstallService(local_executable); });
+    }
+    std::string removing() {
+        return thrown_text([&] { deployer.RemoveService(); });
     }
     // The calls alone, without arguments.
     lines_t call_names() {
@@ -54,6 +60,64 @@ struct Deployer : testing::Test {
         for (const std::string& call : host.calls)
             names.push_back(call.substr(0, call.find('(')));
         return names;
+    }
+
+    enum left_t { none, copied, created };  // neither service nor executable on the host, the executable alone, both
+    struct failure_t {
+        const char* call;
+        int nth;  // of the calls of that name; 0: all
+        DWORD code;
+        std::string causes;  // %1: the code's text; none: it succeeds all the same
+        left_t left;         // afterwards: what is done stays
+        int last = nth;      // the same up to this one
+        const char* left_open = "";
+    };
+    // Every call that the operation makes fails in its turn; then the operation is repeated, and goes on from there.
+    void play(std::vector<failure_t> rows, const std::string& outer, left_t before, const std::function<void()>& prepare,
+              const std::function<std::string()>& operation) {
+        const left_t after = before == none ? created : none;
+        const std::string unconnected =
+            "Failed to create persistent connection to ADMIN$ shared folder on host [host].\n%1\nThe network ";
+        rows.insert(rows.end(),
+                    {{"ImpersonateLoggedOnUser", 1, 6, "%1\nFailed to impersonate logged on user", before},
+                     {"WNetAddConnection2W", 1, 53, unconnected + "path was not found. (ERROR_BAD_NETPATH)", before},
+                     {"WNetAddConnection2W", 1, 67, unconnected + "name cannot be found. (ERROR_BAD_NET_NAME)", before},
+                     {"OpenSCManagerW", 1, 1722, "%1\nCannot connect to service control manager. Host: 'host'.", before},
+                     {"OpenServiceW", 1, 5, "%1\nFailed to open deployment service", before},
+                     {"NetShareGetInfo", 1, 2310, "%1\nFailed to get information about network share from the target host",
+                      before == none ? copied : before},
+                     {"WNetCancelConnectionW", 1, ERROR_NOT_CONNECTED, "", after},
+                     {"WNetCancelConnectionW", 1, ERROR_OPEN_FILES, "", after, 1, "\\\\host\\ADMIN$ "},
+                     {"RevertToSelf", 1, 5, "", after}});
+        std::set<std::string> unplayed;
+        prepare();
+        EXPECT_EQ(operation(), "nothing");
+        for (const std::string& call : call_names())
+            for (int nth = 1; nth <= host.count(call); ++nth)
+                unplayed.insert(text::format("%1 %2", call, nth));
+        for (const failure_t& row : rows) {
+            for (int nth = row.nth; nth <= row.last; ++nth) {
+                unplayed.erase(text::format("%1 %2", row.call, nth));
+                const std::string where = text::format("%1 %2 -> %3", row.call, nth, row.code);
+                const std::string causes = text::format(row.causes, exc::system_error_text(row.code));
+                prepare();
+                log.clear();
+                host.fail(row.call, row.code, nth);
+                EXPECT_EQ(operation(), causes.empty() ? "nothing" : outer + "\n" + causes) << where;
+                EXPECT_GE(host.count(row.call), nth) << where;
+                EXPECT_EQ(log.holds("File not found"), row.code == ERROR_FILE_NOT_FOUND) << where;
+                EXPECT_EQ(host.service_exists, row.left == created) << where;
+                EXPECT_EQ(host.has(remote_executable), row.left != none) << where;
+                expect_all_given_back(where, row.left_open);
+                host.recover();
+                EXPECT_EQ(operation(), "nothing") << where;
+                EXPECT_EQ(host.service_exists, after == created) << where;
+                EXPECT_EQ(host.count("CreateServiceW") + host.count("DeleteService"),
+                          host.service_exists != (row.left == created))
+                    << where << ": only what is not done yet";
+            }
+        }
+        EXPECT_THAT(unplayed, IsEmpty());
     }
 };
 
@@ -66,14 +130,14 @@ TEST_F(Deployer, InstallsCopiesCreatesAndStartsUnderTheAccount) {
         host.calls,
         ElementsAre(
             "GetModuleHandleW(KorvaProxyClient.dll)", "GetModuleFileNameW()", "ImpersonateLoggedOnUser()",
-            "WNetAddConnection2W(\\\\host\\ADMIN$, secret, KORVA\\admin, 0)", "OpenSCManagerW(host, ServicesActive, 0xF003F)",
-            "OpenServiceW(KorvaDeploymentService, 0x10000000)", "GetFileAttributesW(\\\\host\\ADMIN$\\Korva)",
-            "CreateDirectoryW(\\\\host\\ADMIN$\\Korva)", "GetFileAttributesW(\\\\host\\ADMIN$\\Korva\\Backup)",
-            "CreateDirectoryW(\\\\host\\ADMIN$\\Korva\\Backup)",
+            "WNetAddConnection2W(\\\\host\\ADMIN$, secret, KORVA\\admin, 0)",
+            "OpenSCManagerW(host, ServicesActive, 0x000F003F)", "OpenServiceW(KorvaDeploymentService, 0x10000000)",
+            "GetFileAttributesW(\\\\host\\ADMIN$\\Korva)", "CreateDirectoryW(\\\\host\\ADMIN$\\Korva)",
+            "GetFileAttributesW(\\\\host\\ADMIN$\\Korva\\Backup)", "CreateDirectoryW(\\\\host\\ADMIN$\\Korva\\Backup)",
             "GetFileAttributesW(\\\\host\\ADMIN$\\Korva\\Backup\\KorvaDeploymentSvc.exe)",
             "CopyFileW(C:\\console\\KorvaDeploymentSvc.exe, \\\\host\\ADMIN$\\Korva\\Backup\\KorvaDeploymentSvc.exe, 0)",
             "NetShareGetInfo(host, ADMIN$, 2)",
-            "CreateServiceW(KorvaDeploymentService, Korva Installer Service, 0x10000000, 0x10, 2, 1, " + command_line +
+            "CreateServiceW(KorvaDeploymentService, Korva Installer Service, 0x10000000, 16, 2, 1, " + command_line +
                 ", null, null, RPCSS;WINMGMT;, null, null)",
             "ChangeServiceConfig2W/1(Enables installing, updating and configuring additional Korva Backup components.)",
             "ChangeServiceConfig2W/2(reset 1, null, null, 4 actions 1/60000 1/60000 1/60000 1/60000)", "StartServiceA(0, null)",
@@ -98,128 +162,104 @@ TEST_F(Deployer, InstallsCopiesCreatesAndStartsUnderTheAccount) {
                     "  Closing persistent connection to ADMIN$ shared folder on host [host]."));
 }
 
-TEST_F(Deployer, AnInstalledServiceIsOnlyStarted) {
+TEST_F(Deployer, WithoutAnAccountAnInstalledServiceIsOnlyStartedAndAsTheCaller) {
     for (const DWORD state : {SERVICE_STOPPED, SERVICE_RUNNING}) {
         host.recover();
         log.clear();
         put_service(state);
         deployer.InstallService(L"");
-        EXPECT_THAT(call_names(), Not(Contains("CopyFileW")));
-        EXPECT_THAT(call_names(), Not(Contains("CreateServiceW")));
-        EXPECT_THAT(call_names(), Not(Contains("ChangeServiceConfig2W/1")));
+        lines_t calls{"OpenSCManagerW", "OpenServiceW", "StartServiceA"};
+        if (state == SERVICE_STOPPED)
+            calls.push_back("QueryServiceStatus");
+        EXPECT_EQ(call_names(), calls);
         EXPECT_TRUE(log.holds("Deployment service is already installed on the remote host."));
         EXPECT_EQ(log.holds("Already started"), state == SERVICE_RUNNING);
     }
 }
 
-TEST_F(Deployer, WithoutAnAccountInstallsAsTheCaller) {
-    deployer.InstallService(local_executable);
-    EXPECT_TRUE(host.service_exists);
-    EXPECT_THAT(call_names(), Not(Contains("WNetAddConnection2W")));
-    EXPECT_THAT(call_names(), Not(Contains("ImpersonateLoggedOnUser")));
-}
-
 TEST_F(Deployer, AThreadThatStillActsAsTheAccountIsNotTrusted) {
     log_on();
     host.fail("RevertToSelf", ERROR_ACCESS_DENIED, 0);
-    const lines_t denied{exc::system_error_text(ERROR_ACCESS_DENIED), "Failed to end the impersonation of a logged on user"};
-    EXPECT_EQ(thrown([&] { deployer.InstallService(local_executable); }), denied);
+    const std::string failure =
+        exc::system_error_text(ERROR_ACCESS_DENIED) + "\nFailed to end the impersonation of a logged on user";
+    EXPECT_EQ(installing(), failure);
     EXPECT_TRUE(host.service_exists);
-    impl::CKorvaDeployer other(host.platform());
-    other.SetEndpoint(L"host", 6160);
-    const int opened = host.count("OpenSCManagerW");
-    EXPECT_EQ(thrown([&] { other.InstallService(local_executable); }), (lines_t{not_installed, denied[0], denied[1]}));
-    EXPECT_EQ(host.count("OpenSCManagerW"), opened);
+    host.calls.clear();
+    EXPECT_EQ(removing(), not_removed + "\n" + failure);
+    EXPECT_EQ(call_names(), lines_t({"RevertToSelf"}));
     host.recover();
-    other.InstallService(local_executable);
+    EXPECT_EQ(installing(), "nothing");
     EXPECT_EQ(call_names().front(), "RevertToSelf");
 }
 
 TEST_F(Deployer, AnOldCopyIsReplacedThoughItIsHiddenAndReadOnly) {
+    put_service(SERVICE_STOPPED);
+    host.service_exists = false;
     host.add_file(remote_executable, FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_READONLY);
-    host.add_folder(share + L"\\Korva");
-    host.add_folder(share + L"\\Korva\\Backup");
-    deployer.InstallService(local_executable);
+    host.fail("SetFileAttributesW", ERROR_SHARING_VIOLATION);
+    EXPECT_THAT(installing(), testing::EndsWith("FILE_ATTRIBUTE_HIDDEN or FILE_ATTRIBUTE_READONLY attribute set."));
+    host.recover();
+    EXPECT_EQ(installing(), "nothing");
     EXPECT_EQ(host.call("SetFileAttributesW"),
-              "SetFileAttributesW(\\\\host\\ADMIN$\\Korva\\Backup\\KorvaDeploymentSvc.exe, 0x80)");
+              "SetFileAttributesW(\\\\host\\ADMIN$\\Korva\\Backup\\KorvaDeploymentSvc.exe, 0x00000080)");
     EXPECT_EQ(host.files[remote_executable], DWORD{FILE_ATTRIBUTE_ARCHIVE});
 }
 
 TEST_F(Deployer, EveryFailedCallOfAnInstallationIsToldAndAllIsGivenBack) {
-    constexpr DWORD denied = ERROR_ACCESS_DENIED;
-    const struct {
-        const char* call;
-        int nth;
-        DWORD code;
-        const char* causes;  // %1: the code's text; none: it succeeds all the same
-        bool copied, created;
-    } rows[] = {
-        {"ImpersonateLoggedOnUser", 1, 6, "%1\nFailed to impersonate logged on user", false, false},
-        {"WNetAddConnection2W", 1, 53,
-         "Failed to create persistent connection to ADMIN$ shared folder on host [host].\n%1\nThe network path was not found. "
-         "(ERROR_BAD_NETPATH)",
-         false, false},
-        {"OpenSCManagerW", 1, 1722, "%1\nCannot connect to service control manager. Host: 'host'.", false, false},
-        {"OpenServiceW", 1, denied, "%1\nFailed to open deployment service", false, false},
-        {"CreateDirectoryW", 1, denied,
-         "Cannot create folder. Folder path: [\\\\host\\ADMIN$\\Korva\\Backup].\n%1\nCreateDirectory(\\\\host\\ADMIN$\\Korva) "
-         "function call failed.",
-         false, false},
-        {"CreateDirectoryW", 2, denied,
-         "Cannot create folder. Folder path: "
-         "[\\\\host\\ADMIN$\\Korva\\Backup].\n%1\nCreateDirectory(\\\\host\\ADMIN$\\Korva\\Backup) function call failed.",
-         false, false},
-        {"CopyFileW", 1, denied,
-         "%1\nFailed to copy file to the proxy host. May be the file has FILE_ATTRIBUTE_HIDDEN or FILE_ATTRIBUTE_READONLY "
-         "attribute set.",
-         false, false},
-        {"CopyFileW", 1, ERROR_DISK_FULL, "%1\nFailed to copy file to the proxy host", false, false},
-        {"NetShareGetInfo", 1, 2310, "%1\nFailed to get information about network share from the target host", true, false},
-        {"CreateServiceW", 1, denied,
-         "Failed to register deployment service the target host\n%1\nFailed to create service 'KorvaDeploymentService'. %1.",
-         true, false},
-        {"ChangeServiceConfig2W/1", 1, denied,
-         "Failed to register deployment service the target host\n%1\nFailed to set description of the service "
-         "'KorvaDeploymentService'. %1.",
-         true, true},
-        {"ChangeServiceConfig2W/2", 1, denied, "", true, true},
-        {"StartServiceA", 1, ERROR_SERVICE_DISABLED,
-         "Failed to start deployment service on the target host\n%1\nFailed to start service 'KorvaDeploymentService'. %1.",
-         true, true},
-        {"QueryServiceStatus", 1, denied,
-         "Failed to start deployment service on the target host\n%1\nFailed to start service 'KorvaDeploymentService'. %1.",
-         true, true},
-        {"WNetCancelConnectionW", 1, ERROR_OPEN_FILES, "", true, true},
-        {"RevertToSelf", 1, denied, "", true, true},
+    const std::string not_made = "Cannot create folder. Folder path: [\\\\host\\ADMIN$\\Korva\\Backup].\n%1\nCreateDirectory(";
+    const std::string not_copied = "%1\nFailed to copy file to the proxy host";
+    const std::string not_created = "Failed to register deployment service the target host\n%1\nFailed to ";
+    const std::string not_started =
+        "Failed to start deployment service on the target host\n%1\nFailed to start service 'KorvaDeploymentService'. %1.";
+    const std::vector<failure_t> rows = {
+        {"GetFileAttributesW", 1, 5, "", created, 3},  // what cannot be seen is made
+        {"CreateDirectoryW", 1, 5, not_made + "\\\\host\\ADMIN$\\Korva) function call failed.", none},
+        {"CreateDirectoryW", 2, 5, not_made + "\\\\host\\ADMIN$\\Korva\\Backup) function call failed.", none},
+        {"CopyFileW", 1, 5,
+         not_copied + ". May be the file has FILE_ATTRIBUTE_HIDDEN or FILE_ATTRIBUTE_READONLY attribute set.", none},
+        {"CopyFileW", 1, ERROR_DISK_FULL, not_copied, none},
+        {"CreateServiceW", 1, 5, not_created + "create service 'KorvaDeploymentService'. %1.", copied},
+        {"ChangeServiceConfig2W/1", 1, 5, not_created + "set description of the service 'KorvaDeploymentService'. %1.",
+         created},
+        {"ChangeServiceConfig2W/2", 1, 5, "", created},
+        {"StartServiceA", 1, ERROR_SERVICE_DISABLED, not_started, created},
+        {"QueryServiceStatus", 1, 5, not_started, created},
     };
     log_on();
-    for (const auto& row : rows) {
-        const std::string where = text::format("%1 %2 -> %3", row.call, row.nth, row.code);
+    const auto prepare = [&] {
         host.recover();
         host.service_exists = false;
         for (const wchar_t* made : {L"\\Korva\\Backup\\KorvaDeploymentSvc.exe", L"\\Korva\\Backup", L"\\Korva"})
             host.files.erase(share + made);
-        host.fail(row.call, row.code, row.nth);
-        EXPECT_EQ(thrown_text([&] { deployer.InstallService(local_executable); }),
-                  expected_text(not_installed, row.causes, row.code))
-            << where;
-        EXPECT_GE(host.count(row.call), row.nth) << where;
-        EXPECT_EQ(host.has(remote_executable), row.copied) << where << ": what is done stays";
-        EXPECT_EQ(host.service_exists, row.created) << where << ": what is done stays";
-        expect_all_given_back(where);
-
-        host.recover();
-        deployer.InstallService(local_executable);  // the next one goes on from there
-        EXPECT_EQ(host.service_state, DWORD{SERVICE_RUNNING}) << where;
-    }
+    };
+    play(rows, not_installed, none, prepare, [&] { return installing(); });
+    EXPECT_EQ(host.service_state, DWORD{SERVICE_RUNNING});
 }
 
-TEST_F(Deployer, AServiceThatNeverRunsIsToldAfterThirtyLooks) {
+TEST_F(Deployer, AServiceThatNeverRunsOrNeverStopsIsToldAfterThirtyLooks) {
+    log_on();
     host.polls_until_state = 1000;
-    EXPECT_EQ(thrown([&] { deployer.InstallService(local_executable); }),
-              (lines_t{not_installed, "Failed to start deployment service on the target host",
-                       "Timed out to start service 'KorvaDeploymentService'. ."}));
+    EXPECT_EQ(installing(), not_installed +
+                                "\nFailed to start deployment service on the target host\n"
+                                "Timed out to start service 'KorvaDeploymentService'. .");
     EXPECT_EQ(host.count("QueryServiceStatus"), 30);
+    EXPECT_EQ(removing(), not_removed + "\nFailed to stop the deployment service on the target host\nFailed to stop service");
+    EXPECT_EQ(host.count("QueryServiceStatus"), 60);
+    EXPECT_TRUE(host.service_exists);
+}
+
+TEST_F(Deployer, OtherCredentialsFailTheFirstAttemptOnly) {
+    log_on();
+    const std::string conflict = "\nFailed to create persistent connection to ADMIN$ shared folder on host [host].\n" +
+                                 exc::system_error_text(ERROR_SESSION_CREDENTIAL_CONFLICT) +
+                                 "\nWNetAddConnection2 function call failed.";
+    host.connections = {L"\\\\HOST\\C$"};
+    EXPECT_EQ(installing(), not_installed + conflict);
+    EXPECT_EQ(installing(), "nothing");
+    host.connections = {L"\\\\HOST\\C$"};
+    EXPECT_EQ(removing(), not_removed + conflict);
+    EXPECT_EQ(removing(), "nothing");
+    EXPECT_FALSE(host.service_exists);
 }
 
 TEST_F(Deployer, OutOfMemoryKeepsItsKindThroughEveryWrapper) {
@@ -238,13 +278,16 @@ TEST_F(Deployer, AMissingExecutableIsToldByTheCopy) {
 }
 
 TEST_F(Deployer, TheModulesPathMustBeKnown) {
-    host.fail("GetModuleHandleW", ERROR_MOD_NOT_FOUND);
-    EXPECT_EQ(thrown([&] { deployer.InstallService(); }), (lines_t{exc::system_error_text(ERROR_MOD_NOT_FOUND),
-                                                                   "Failed to get module handle for [KorvaProxyClient.dll]."}));
-    host.fail("GetModuleFileNameW", ERROR_ACCESS_DENIED);
-    EXPECT_EQ(thrown([&] { deployer.InstallService(); }),
-              (lines_t{exc::system_error_text(ERROR_ACCESS_DENIED),
-                       "Fully-qualified path for the module [KorvaProxyClient.dll] cannot be retrieved."}));
+    const struct {
+        const char *call, *line;
+    } rows[] = {
+        {"GetModuleHandleW", "Failed to get module handle for [KorvaProxyClient.dll]."},
+        {"GetModuleFileNameW", "Fully-qualified path for the module [KorvaProxyClient.dll] cannot be retrieved."},
+    };
+    for (const auto& row : rows) {
+        host.fail(row.call, ERROR_MOD_NOT_FOUND);
+        EXPECT_EQ(thrown([&] { deployer.InstallService(); }), (lines_t{exc::system_error_text(ERROR_MOD_NOT_FOUND), row.line}));
+    }
 }
 
 TEST_F(Deployer, AHostThatIsNoHostNameFailsBeforeAnythingIsMade) {
@@ -255,13 +298,12 @@ TEST_F(Deployer, AHostThatIsNoHostNameFailsBeforeAnythingIsMade) {
         for (const std::wstring& name : rows) {
             host.recover();
             deployer.SetEndpoint(name, 6160);
-            const lines_t lines = thrown([&] { deployer.InstallService(local_executable); });
-            ASSERT_EQ(lines.size(), 2u);
-            EXPECT_EQ(lines[1], name.empty() ? "Host is not specified" : text::format("Invalid host name: [%1].", name));
+            EXPECT_THAT(installing(), testing::EndsWith(name.empty() ? "\nHost is not specified"
+                                                                     : text::format("\nInvalid host name: [%1].", name)));
             EXPECT_EQ(call_names(), with_account ? lines_t({"ImpersonateLoggedOnUser", "RevertToSelf"}) : lines_t());
         }
     }
-    EXPECT_EQ(thrown([&] { deployer.RemoveService(); })[1], "Invalid host name: [?].");
+    EXPECT_THAT(removing(), testing::EndsWith("\nInvalid host name: [?]."));
 }
 
 TEST_F(Deployer, RemovesServiceExecutableAndFolderUnderTheAccount) {
@@ -270,9 +312,7 @@ TEST_F(Deployer, RemovesServiceExecutableAndFolderUnderTheAccount) {
     host.recover();
     log.clear();
     deployer.RemoveService();
-    EXPECT_FALSE(host.service_exists);
     EXPECT_FALSE(host.has(share + L"\\Korva"));
-    EXPECT_TRUE(host.has(share));
     EXPECT_THAT(call_names(),
                 ElementsAre("ImpersonateLoggedOnUser", "WNetAddConnection2W", "OpenSCManagerW", "OpenServiceW",
                             "QueryServiceConfigA", "NetShareGetInfo", "ControlService", "QueryServiceStatus", "DeleteService",
@@ -291,13 +331,6 @@ TEST_F(Deployer, RemovesServiceExecutableAndFolderUnderTheAccount) {
                                    "  KD: Try to deleting remote korva folder [\\\\host\\ADMIN$\\Korva]",
                                    "  Deployment service was successfully deleted.",
                                    "  Closing persistent connection to ADMIN$ shared folder on host [host]."));
-}
-
-TEST_F(Deployer, RemovingNeedsAnAccount) {
-    put_service(SERVICE_RUNNING);
-    EXPECT_EQ(thrown([&] { deployer.RemoveService(); }),
-              (lines_t{not_removed, "User credentials not specified or logon error"}));
-    EXPECT_THAT(host.calls, IsEmpty());
 }
 
 TEST_F(Deployer, RemovingWhatIsNotInstalledTouchesNothing) {
@@ -327,33 +360,14 @@ TEST_F(Deployer, RemovingFindsTheExecutableOnlyUnderTheShare) {
     log_on();
     for (const auto& row : rows) {
         host.recover();
-        put_service(SERVICE_RUNNING, row.line);
-        const lines_t lines = thrown([&] { deployer.RemoveService(); });
-        if (row.unc_file) {
-            EXPECT_TRUE(log.holds(text::format("Service local path: [%1]", row.unc_file))) << row.line;
-        } else {
-            ASSERT_EQ(lines.size(), 2u) << row.line;
-            EXPECT_THAT(lines[1], HasSubstr("Deployment service was moved to the unknown directory. [")) << row.line;
-            EXPECT_EQ(host.count("ControlService"), 0) << row.line;
-        }
-    }
-}
-
-TEST_F(Deployer, AnExecutableThatIsGoneIsNoReasonToStop) {
-    const struct {
-        const char* call;
-        DWORD attributes;
-    } rows[] = {{"GetFileAttributesW", 0}, {"SetFileAttributesW", FILE_ATTRIBUTE_READONLY}, {"DeleteFileW", 0}};
-    log_on();
-    for (const auto& row : rows) {
-        host.recover();
         log.clear();
-        put_service(SERVICE_STOPPED);
-        host.files[remote_executable] |= row.attributes;
-        host.fail(row.call, ERROR_FILE_NOT_FOUND);
-        deployer.RemoveService();
-        EXPECT_TRUE(log.holds("File not found")) << row.call;
-        EXPECT_FALSE(host.has(share + L"\\Korva")) << row.call;
+        put_service(SERVICE_RUNNING, row.line);
+        const std::string text = removing();
+        if (row.unc_file)
+            EXPECT_TRUE(log.holds(text::format("Service local path: [%1]", row.unc_file))) << row.line;
+        else
+            EXPECT_THAT(text, HasSubstr("Deployment service was moved to the unknown directory. [")) << row.line;
+        EXPECT_EQ(host.count("ControlService"), row.unc_file ? 1 : 0) << row.line;
     }
 }
 
@@ -361,87 +375,77 @@ TEST_F(Deployer, AnExecutableThatStaysHeldIsTriedThirtyTimes) {
     put_service(SERVICE_STOPPED);
     log_on();
     host.fail("DeleteFileW", ERROR_ACCESS_DENIED, 0);
-    EXPECT_EQ(thrown([&] { deployer.RemoveService(); }),
-              (lines_t{not_removed, exc::system_error_text(ERROR_ACCESS_DENIED),
-                       "Failed to remove deployment service file from the target host"}));
+    EXPECT_EQ(removing(), not_removed + "\n" + exc::system_error_text(ERROR_ACCESS_DENIED) +
+                              "\nFailed to remove deployment service file from the target host");
     EXPECT_EQ(host.count("DeleteFileW"), 30);
-    EXPECT_THAT(host.waits, testing::Each(1000u));
-    EXPECT_EQ(host.waits.size(), 30u);
+    EXPECT_EQ(host.waits, std::vector<std::uint32_t>(30, 1000));
 }
 
 TEST_F(Deployer, EveryFailedCallOfARemovalIsToldAndAllIsGivenBack) {
-    constexpr DWORD denied = ERROR_ACCESS_DENIED;
-    const struct {
-        const char* call;
-        int nth;
-        DWORD code;
-        const char* causes;
-        bool service_left, executable_left;
-    } rows[] = {
-        {"ImpersonateLoggedOnUser", 1, 6, "%1\nFailed to impersonate logged on user", true, true},
-        {"WNetAddConnection2W", 1, 67,
-         "Failed to create persistent connection to ADMIN$ shared folder on host [host].\n%1\nThe network name cannot be "
-         "found. (ERROR_BAD_NET_NAME)",
-         true, true},
-        {"OpenSCManagerW", 1, denied, "%1\nCannot connect to service control manager. Host: 'host'.", true, true},
-        {"OpenServiceW", 1, denied, "%1\nFailed to open deployment service", true, true},
-        {"QueryServiceConfigA", 1, denied, "%1\nCannot query  configuration of the service 'KorvaDeploymentService'. %1.", true,
-         true},
-        {"NetShareGetInfo", 1, 2310, "%1\nFailed to get information about network share from the target host", true, true},
-        {"ControlService", 1, denied,
-         "Failed to stop the deployment service on the target host\n%1\nFailed to stop service 'KorvaDeploymentService'. %1.",
-         true, true},
-        {"DeleteService", 1, denied,
+    const std::string unreadable = "%1\nFailed to get file attributes for the service executable";
+    const std::string undeletable = "%1\nFailed to delete file: [\\\\host\\ADMIN$\\Korva\\Backup\\old.log].";
+    const std::string no_search = "%1\nFile search operation has failed. Search mask: [\\\\host\\ADMIN$\\Korva\\";
+    const std::string not_emptied = "%1\nFailed to delete existing empty subfolder: [\\\\host\\ADMIN$\\Korva";
+    const std::string not_stopped =
+        "Failed to stop the deployment service on the target host\n%1\nFailed to stop service 'KorvaDeploymentService'. %1.";
+    const std::vector<failure_t> rows = {
+        {"QueryServiceConfigA", 1, 5, "%1\nCannot query  configuration of the service 'KorvaDeploymentService'. %1.", created},
+        {"ControlService", 1, 5, not_stopped, created},
+        {"QueryServiceStatus", 1, 5, not_stopped, created},
+        {"DeleteService", 1, 5,
          "Failed to unregister deployment service from the target host\n%1\nFailed to delete service 'KorvaDeploymentService'. "
          "%1.",
-         true, true},
-        {"GetFileAttributesW", 1, denied, "%1\nFailed to get file attributes for the service executable", false, true},
-        {"SetFileAttributesW", 1, denied, "%1\nFailed to get file attributes for the service executable", false, true},
-        {"DeleteFileW", 1, ERROR_SHARING_VIOLATION, "%1\nFailed to remove deployment service file from the target host", false,
-         true},
-        {"GetFileAttributesW", 2, denied, "%1\nThe specified directory cannot be removed: [\\\\host\\ADMIN$\\Korva].", false,
-         false},
-        {"FindFirstFileW", 1, denied, "%1\nFile search operation has failed. Search mask: [\\\\host\\ADMIN$\\Korva\\*].", false,
-         false},
-        {"RemoveDirectoryW", 2, denied, "%1\nFailed to delete existing empty subfolder: [\\\\host\\ADMIN$\\Korva].", false,
-         false},
-        {"WNetCancelConnectionW", 1, 2250, "", false, false},
+         created},
+        {"GetFileAttributesW", 1, 5, unreadable, copied},
+        {"SetFileAttributesW", 1, 5, unreadable, copied},
+        {"DeleteFileW", 1, 32, "%1\nFailed to remove deployment service file from the target host", copied},
+        {"DeleteFileW", 1, 5, "", none},
+        {"GetFileAttributesW", 1, ERROR_FILE_NOT_FOUND, "", none},
+        {"SetFileAttributesW", 1, ERROR_FILE_NOT_FOUND, "", none},
+        {"DeleteFileW", 1, ERROR_FILE_NOT_FOUND, "", none},
+        {"GetFileAttributesW", 2, 5, "%1\nThe specified directory cannot be removed: [\\\\host\\ADMIN$\\Korva].", none},
+        {"FindFirstFileW", 1, 5, no_search + "*].", none},
+        {"FindNextFileW", 1, 5, no_search + "*].", none, 3},
+        {"FindFirstFileW", 2, 5, no_search + "Backup\\*].", none},
+        {"FindNextFileW", 4, 5, no_search + "Backup\\*].", none, 6},
+        {"SetFileAttributesW", 2, 5, undeletable, none},
+        {"DeleteFileW", 2, 32, undeletable, none},
+        {"RemoveDirectoryW", 1, 5, not_emptied + "\\Backup].", none},
+        {"RemoveDirectoryW", 1, ERROR_DIR_NOT_EMPTY, "", none},
+        {"RemoveDirectoryW", 0, ERROR_DIR_NOT_EMPTY, not_emptied + "\\Backup].", none},
+        {"RemoveDirectoryW", 2, 5, not_emptied + "].", none},
     };
     log_on();
-    for (const auto& row : rows) {
-        const std::string where = text::format("%1 %2 -> %3", row.call, row.nth, row.code);
+    const auto prepare = [&] {
         host.recover();
         put_service(SERVICE_RUNNING);
-        host.files[remote_executable] = FILE_ATTRIBUTE_READONLY;
-        host.fail(row.call, row.code, row.nth);
-        EXPECT_EQ(thrown_text([&] { deployer.RemoveService(); }), expected_text(not_removed, row.causes, row.code)) << where;
-        EXPECT_GE(host.count(row.call), row.nth) << where;
-        EXPECT_EQ(host.service_exists, row.service_left) << where;
-        EXPECT_EQ(host.has(remote_executable), row.executable_left) << where;
-        expect_all_given_back(where);
-    }
+        host.add_file(remote_executable, FILE_ATTRIBUTE_READONLY);
+        host.add_file(share + L"\\Korva\\Backup\\old.log", FILE_ATTRIBUTE_READONLY);
+    };
+    play(rows, not_removed, created, prepare, [&] { return removing(); });
 }
 
-TEST_F(Deployer, AFailedLogonLeavesNobodyLoggedOn) {
+TEST_F(Deployer, RemovalNeedsAnAccountAndAFailedLogonLeavesNobodyLoggedOn) {
+    const std::string nobody = "\nUser credentials not specified or logon error";
+    EXPECT_EQ(removing(), not_removed + nobody);
+    EXPECT_THAT(host.calls, IsEmpty());
     const auto fail_to_log_on = [&] {
         host.fail("LogonUserA", ERROR_LOGON_FAILURE, 0);
-        EXPECT_EQ(thrown([&] { deployer.SetAccount(L"KORVA\\other", L"secret"); }),
-                  (lines_t{exc::system_error_text(ERROR_LOGON_FAILURE), "Failed to logon user [KORVA\\other]"}));
+        EXPECT_EQ(thrown_text([&] { deployer.SetAccount(L"KORVA\\other", L"secret"); }),
+                  exc::system_error_text(ERROR_LOGON_FAILURE) + "\nFailed to logon user [KORVA\\other]");
         host.recover();
     };
     fail_to_log_on();
-    deployer.InstallService(local_executable);
+    EXPECT_EQ(installing(), "nothing");
     EXPECT_EQ(host.count("WNetAddConnection2W"), 0) << "no account was set";
     deployer.SetAccount(L"admin", L"secret");
-    EXPECT_EQ(host.call("LogonUserA"), "LogonUserA(.\\admin)");
-    deployer.InstallService(local_executable);
+    EXPECT_EQ(host.call("LogonUserA"), "LogonUserA(.\\admin, 9, 0)");
+    EXPECT_EQ(installing(), "nothing");
     EXPECT_EQ(host.call("WNetAddConnection2W"), "WNetAddConnection2W(\\\\host\\ADMIN$, secret, .\\admin, 0)");
     fail_to_log_on();
-    const std::string nobody = "User credentials not specified or logon error";
-    EXPECT_EQ(thrown([&] { deployer.InstallService(local_executable); }), (lines_t{not_installed, nobody}));
-    EXPECT_EQ(thrown([&] { deployer.RemoveService(); }), (lines_t{not_removed, nobody}));
+    EXPECT_EQ(installing(), not_installed + nobody);
+    EXPECT_EQ(removing(), not_removed + nobody);
     EXPECT_THAT(host.calls, IsEmpty());
-    EXPECT_FALSE(log.holds("secret"));
 }
 
 }  // namespace

@@ -1,28 +1,22 @@
 #include "tests/deploy/played_host.h"
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 
-#include "deploy/unc_path.h"
 #include "foundation/format.h"
 
 namespace played {
 namespace {
 
-std::string hex(DWORD value) {
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%lX", value);
-    return text;
-}
-
 std::string or_null(const wchar_t* text) { return text ? text::narrow(text) : "null"; }
 
-BOOL succeeded(DWORD code) {
-    ::SetLastError(code);
-    return code == 0;
-}
-
 std::wstring parent_of(const std::wstring& path) { return path.substr(0, path.rfind(L'\\')); }
+
+std::wstring short_host_of(const std::wstring& path) {
+    const auto parsed = win::parse_unc(path, true);
+    return parsed ? parsed->short_name : L"";
+}
 
 }  // namespace
 
@@ -31,11 +25,22 @@ host_t::host_t() {
     add_file(L"C:\\console\\KorvaDeploymentSvc.exe");
 }
 
-DWORD host_t::enter(const std::string& name, const std::string& arguments) {
+DWORD host_t::enter(const std::string& name, const std::string& arguments, reasons_t reasons) {
     const int nth = ++counts_[name];
     calls.push_back(name + "(" + arguments + ")");
     const auto found = failures_.find(name);
-    return found != failures_.end() && (found->second.nth == 0 || found->second.nth == nth) ? found->second.code : 0;
+    if (found != failures_.end() && (found->second.nth == 0 || found->second.nth == nth))
+        return found->second.code;
+    for (const auto& [holds, code] : reasons)
+        if (holds)
+            return code;
+    return NO_ERROR;
+}
+
+BOOL host_t::answer(const std::string& name, const std::string& arguments, reasons_t reasons) {
+    const DWORD code = enter(name, arguments, reasons);
+    ::SetLastError(code);
+    return code == NO_ERROR;
 }
 
 std::string host_t::call(const std::string& name) const {
@@ -53,41 +58,42 @@ void host_t::install(const std::string& command_line, DWORD state) {
 
 std::string host_t::left_open() const {
     std::string left;
-    const auto note = [&](const char* what, bool open) { left += open ? std::string(what) + " " : ""; };
-    note("service handles", open_handles_ != 0);
-    note("searches", open_searches_ != 0);
-    note("enumerations", open_enumerations_ != 0);
-    note("share buffers", open_buffers_ != 0);
-    note("share connections", !connected.empty());
-    note("impersonation", acting_as != nullptr);
-    return left;
+    for (const auto& [handle, kind] : open_)
+        left += kind + " ";
+    for (const std::wstring& name : connected)
+        left += text::narrow(name) + " ";
+    return left + (given_back_twice_ ? "given back twice " : "") + (acting_as ? "impersonation " : "");
 }
 
-BOOL host_t::close_handle() {
-    if (--open_handles_ == 0 && marked_for_deletion_)
-        service_exists = marked_for_deletion_ = false;
+void* host_t::opened(const char* kind, void* handle) {
+    if (!handle)
+        handle = reinterpret_cast<void*>(++last_handle_);
+    open_[handle] = kind;
+    return handle;
+}
+
+BOOL host_t::given_back(void* handle) {
+    if (open_.erase(handle) == 0)
+        ++given_back_twice_;
     return TRUE;
 }
 
 impl::deployer_platform_t host_t::platform() {
     impl::deployer_platform_t platform;
-    platform.accounts.logon_user = [this](LPCSTR user, LPCSTR domain, LPCSTR, DWORD, DWORD, PHANDLE token) {
-        const DWORD code = enter("LogonUserA", std::string(domain) + "\\" + user);
-        if (code == 0)
-            *token = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
-        return succeeded(code);
+    platform.accounts.logon_user = [this](LPCSTR user, LPCSTR domain, LPCSTR, DWORD type, DWORD provider, PHANDLE token) {
+        const BOOL known = answer("LogonUserA", text::format("%1\\%2, %3, %4", domain, user, type, provider));
+        *token = known ? ::CreateEventW(nullptr, FALSE, FALSE, nullptr) : nullptr;
+        return known;
     };
     platform.impersonation.impersonate = [this](HANDLE token) {
-        const DWORD code = enter("ImpersonateLoggedOnUser", "");
-        if (code == 0)
-            acting_as = token;
-        return succeeded(code);
+        const BOOL done = answer("ImpersonateLoggedOnUser", "");
+        acting_as = done ? token : acting_as;
+        return done;
     };
     platform.impersonation.revert = [this] {
-        const DWORD code = enter("RevertToSelf", "");
-        if (code == 0)
-            acting_as = nullptr;
-        return succeeded(code);
+        const BOOL done = answer("RevertToSelf", "");
+        acting_as = done ? nullptr : acting_as;
+        return done;
     };
     platform.shares.get_info = [this](LMSTR host, LMSTR share, DWORD level, LPBYTE* buffer) -> DWORD {
         if (const DWORD code = enter("NetShareGetInfo", text::format("%1, %2, %3", host, share, level)))
@@ -95,12 +101,12 @@ impl::deployer_platform_t host_t::platform() {
         auto information = std::make_unique<SHARE_INFO_2>();
         information->shi2_path = share_path.data();
         *buffer = reinterpret_cast<BYTE*>(information.release());
-        ++open_buffers_;
+        opened("share buffer", *buffer);
         return 0;
     };
     platform.shares.free_buffer = [this](LPVOID buffer) -> DWORD {
+        given_back(buffer);
         delete static_cast<SHARE_INFO_2*>(buffer);
-        --open_buffers_;
         return 0;
     };
     add_network_functions(platform.network);
@@ -113,23 +119,29 @@ void host_t::add_network_functions(win::network_functions_t& functions) {
     functions.add = [this](LPNETRESOURCEW resource, LPCWSTR password, LPCWSTR user, DWORD flags) -> DWORD {
         const bool other_fields = resource->dwScope || resource->dwType || resource->dwDisplayType || resource->dwUsage ||
                                   resource->lpLocalName || resource->lpComment || resource->lpProvider;
-        const DWORD code =
-            enter("WNetAddConnection2W", text::format("%1, %2, %3, %4%5", resource->lpRemoteName, or_null(password),
-                                                      or_null(user), flags, other_fields ? ", other fields" : ""));
+        const bool conflict = std::any_of(connections.begin(), connections.end(), [&](const std::wstring& name) {
+            return win::same_name(short_host_of(name), short_host_of(resource->lpRemoteName));
+        });
+        const DWORD code = enter("WNetAddConnection2W",
+                                 text::format("%1, %2, %3, %4%5", resource->lpRemoteName, or_null(password), or_null(user),
+                                              flags, other_fields ? ", other fields" : ""),
+                                 {{conflict, ERROR_SESSION_CREDENTIAL_CONFLICT}});
         if (code == 0 || code == ERROR_DEVICE_ALREADY_REMEMBERED)
             connected.insert(resource->lpRemoteName);
         return code;
     };
     functions.cancel = [this](LPCWSTR name, BOOL force) -> DWORD {
         const DWORD code = enter("WNetCancelConnectionW", text::format("%1, %2", name, force));
-        connected.erase(name);
+        if (code == 0 || code == ERROR_NOT_CONNECTED) {
+            connected.erase(name);
+            std::erase_if(connections, [name](const std::wstring& each) { return win::same_name(each, name); });
+        }
         return code;
     };
     functions.open_enumeration = [this](DWORD scope, DWORD type, DWORD usage, LPNETRESOURCEA start, LPHANDLE handle) -> DWORD {
         const DWORD code = enter("WNetOpenEnumA", text::format("%1, %2, %3, %4", scope, type, usage, start ? "start" : "null"));
         if (code == 0) {
-            *handle = this;
-            ++open_enumerations_;
+            *handle = opened("enumeration");
             next_connection_ = 0;
         }
         return code;
@@ -154,161 +166,138 @@ void host_t::add_network_functions(win::network_functions_t& functions) {
         ++next_connection_;
         return 0;
     };
-    functions.close_enumeration = [this](HANDLE) -> DWORD {
-        --open_enumerations_;
-        return 0;
-    };
+    functions.close_enumeration = [this](HANDLE handle) -> DWORD { return given_back(handle), 0; };
 }
 
 void host_t::add_service_functions(win::service_functions_t& functions) {
-    functions.open_manager = [this](LPCWSTR host, LPCWSTR database, DWORD access) -> SC_HANDLE {
-        return succeeded(enter("OpenSCManagerW", or_null(host) + ", " + or_null(database) + ", " + hex(access))) ? new_handle()
-                                                                                                                 : nullptr;
+    const auto handle = [this](BOOL made) { return made ? static_cast<SC_HANDLE>(opened("service handle")) : nullptr; };
+    const auto change = [this](BOOL begun, DWORD pending, DWORD target) {
+        if (begun) {
+            service_state = pending;
+            target_state_ = target;
+            polls_ = 0;
+        }
+        return begun;
     };
-    functions.open = [this](SC_HANDLE, LPCWSTR name, DWORD access) -> SC_HANDLE {
-        DWORD code = enter("OpenServiceW", text::narrow(name) + ", " + hex(access));
-        if (code == 0 && !service_exists)
-            code = ERROR_SERVICE_DOES_NOT_EXIST;
-        return succeeded(code) ? new_handle() : nullptr;
+    functions.open_manager = [=, this](LPCWSTR host, LPCWSTR database, DWORD access) {
+        return handle(
+            answer("OpenSCManagerW", text::format("%1, %2, %3", or_null(host), or_null(database), text::hex8(access))));
     };
-    functions.create = [this](SC_HANDLE, LPCWSTR name, LPCWSTR display_name, DWORD access, DWORD type, DWORD start, DWORD error,
-                              LPCWSTR path, LPCWSTR group, LPDWORD tag, LPCWSTR dependencies, LPCWSTR account,
-                              LPCWSTR password) -> SC_HANDLE {
+    functions.open = [=, this](SC_HANDLE, LPCWSTR name, DWORD access) {
+        return handle(answer("OpenServiceW", text::format("%1, %2", name, text::hex8(access)),
+                             {{!service_exists, ERROR_SERVICE_DOES_NOT_EXIST}}));
+    };
+    functions.create = [=, this](SC_HANDLE, LPCWSTR name, LPCWSTR display_name, DWORD access, DWORD type, DWORD start,
+                                 DWORD error, LPCWSTR path, LPCWSTR group, LPDWORD tag, LPCWSTR dependencies, LPCWSTR account,
+                                 LPCWSTR password) {
         std::string list;
         for (LPCWSTR each = dependencies; each && *each; each += std::wcslen(each) + 1)
             list += text::narrow(each) + ";";
-        const DWORD code =
-            enter("CreateServiceW", text::format("%1, %2, %3, %4, %5, %6, %7, %8, %9, %10, %11, %12", name, display_name,
-                                                 hex(access), hex(type), start, error, path, or_null(group),
-                                                 tag ? "tag" : "null", list, or_null(account), or_null(password)));
-        if (code == 0)
+        const BOOL made =
+            answer("CreateServiceW", text::format("%1, %2, %3, %4, %5, %6, %7, %8, %9, %10, %11, %12", name, display_name,
+                                                  text::hex8(access), type, start, error, path, or_null(group),
+                                                  tag ? "tag" : "null", list, or_null(account), or_null(password)));
+        if (made)
             install(text::narrow(path), SERVICE_STOPPED);
-        return succeeded(code) ? new_handle() : nullptr;
+        return handle(made);
     };
-    functions.start = [this](SC_HANDLE, DWORD count, LPCSTR* arguments) {
-        DWORD code = enter("StartServiceA", text::format("%1, %2", count, arguments ? "arguments" : "null"));
-        if (code == 0 && service_state == SERVICE_RUNNING)
-            code = ERROR_SERVICE_ALREADY_RUNNING;
-        if (code == 0) {
-            service_state = SERVICE_START_PENDING;
-            target_state_ = SERVICE_RUNNING;
-            polls_ = 0;
-        }
-        return succeeded(code);
+    functions.start = [=, this](SC_HANDLE, DWORD count, LPCSTR* arguments) {
+        const BOOL begun = answer("StartServiceA", text::format("%1, %2", count, arguments ? "arguments" : "null"),
+                                  {{service_state == SERVICE_RUNNING, ERROR_SERVICE_ALREADY_RUNNING}});
+        return change(begun, SERVICE_START_PENDING, SERVICE_RUNNING);
     };
-    functions.control = [this](SC_HANDLE, DWORD control, LPSERVICE_STATUS) {
-        DWORD code = enter("ControlService", text::format("%1", control));
-        if (code == 0 && service_state == SERVICE_STOPPED)
-            code = ERROR_SERVICE_NOT_ACTIVE;
-        if (code == 0) {
-            service_state = SERVICE_STOP_PENDING;
-            target_state_ = SERVICE_STOPPED;
-            polls_ = 0;
-        }
-        return succeeded(code);
+    functions.control = [=, this](SC_HANDLE, DWORD control, LPSERVICE_STATUS) {
+        const BOOL begun = answer("ControlService", text::format("%1", control),
+                                  {{service_state == SERVICE_STOPPED, ERROR_SERVICE_NOT_ACTIVE}});
+        return change(begun, SERVICE_STOP_PENDING, SERVICE_STOPPED);
     };
     functions.query_status = [this](SC_HANDLE, LPSERVICE_STATUS status) {
-        const DWORD code = enter("QueryServiceStatus", "");
         if (++polls_ >= polls_until_state)
             service_state = target_state_;
         status->dwCurrentState = service_state;
-        return succeeded(code);
+        return answer("QueryServiceStatus", "");
     };
-    functions.remove = [this](SC_HANDLE) {
-        const DWORD code = enter("DeleteService", "");
-        marked_for_deletion_ = code == 0;
-        return succeeded(code);
-    };
+    functions.remove = [this](SC_HANDLE) { return marked_for_deletion_ = answer("DeleteService", ""); };
     functions.query_configuration = [this](SC_HANDLE, LPQUERY_SERVICE_CONFIGA found, DWORD size, LPDWORD needed) {
         *needed = static_cast<DWORD>(sizeof *found + service_command_line.size() + 1);
-        DWORD code = enter("QueryServiceConfigA", "");
-        if (code == 0 && size < *needed)
-            code = ERROR_INSUFFICIENT_BUFFER;
-        if (code == 0) {
+        const BOOL read = answer("QueryServiceConfigA", "", {{size < *needed, ERROR_INSUFFICIENT_BUFFER}});
+        if (read) {
             *found = {};
             found->lpBinaryPathName = reinterpret_cast<char*>(found + 1);
             std::memcpy(found->lpBinaryPathName, service_command_line.c_str(), service_command_line.size() + 1);
         }
-        return succeeded(code);
+        return read;
     };
     functions.change_configuration = [this](SC_HANDLE, DWORD level, LPVOID information) {
         if (level == SERVICE_CONFIG_DESCRIPTION)
-            return succeeded(
-                enter("ChangeServiceConfig2W/1", text::narrow(static_cast<SERVICE_DESCRIPTIONW*>(information)->lpDescription)));
+            return answer("ChangeServiceConfig2W/1",
+                          text::narrow(static_cast<SERVICE_DESCRIPTIONW*>(information)->lpDescription));
         const auto& actions = *static_cast<SERVICE_FAILURE_ACTIONSW*>(information);
         std::string text = text::format("reset %1, %2, %3, %4 actions", actions.dwResetPeriod, or_null(actions.lpRebootMsg),
                                         or_null(actions.lpCommand), actions.cActions);
         for (DWORD i = 0; i < actions.cActions; ++i)
             text += text::format(" %1/%2", static_cast<int>(actions.lpsaActions[i].Type), actions.lpsaActions[i].Delay);
-        return succeeded(enter("ChangeServiceConfig2W/2", text));
+        return answer("ChangeServiceConfig2W/2", text);
     };
-    functions.close = [this](SC_HANDLE) { return close_handle(); };
+    functions.close = [this](SC_HANDLE handle) {
+        given_back(handle);
+        if (marked_for_deletion_ && open_.empty())
+            service_exists = marked_for_deletion_ = false;
+        return TRUE;
+    };
     functions.polls.wait = [this](std::uint32_t milliseconds) { waits.push_back(milliseconds); };
 }
 
 void host_t::add_file_functions(win::file_functions_t& functions) {
     functions.create_directory = [this](LPCWSTR path, LPSECURITY_ATTRIBUTES) {
-        DWORD code = enter("CreateDirectoryW", text::narrow(path));
-        if (code == 0 && has(path))
-            code = ERROR_ALREADY_EXISTS;
-        if (code == 0 && !has(parent_of(path)))
-            code = ERROR_PATH_NOT_FOUND;
-        if (code == 0)
+        const BOOL made = answer("CreateDirectoryW", text::narrow(path),
+                                 {{has(path), ERROR_ALREADY_EXISTS}, {!has(parent_of(path)), ERROR_PATH_NOT_FOUND}});
+        if (made)
             add_folder(path);
-        return succeeded(code);
+        return made;
     };
     functions.remove_directory = [this](LPCWSTR path) {
-        DWORD code = enter("RemoveDirectoryW", text::narrow(path));
-        for (const auto& [name, attributes] : files)
-            if (code == 0 && win::same_name(parent_of(name), path))
-                code = ERROR_DIR_NOT_EMPTY;
-        if (code == 0)
-            files.erase(path);
-        return succeeded(code);
+        const bool link = has(path) && (files[path] & FILE_ATTRIBUTE_REPARSE_POINT);
+        const bool holds_any = std::any_of(files.begin(), files.end(),
+                                           [&](const auto& file) { return win::same_name(parent_of(file.first), path); });
+        return answer("RemoveDirectoryW", text::narrow(path), {{holds_any && !link, ERROR_DIR_NOT_EMPTY}}) && files.erase(path);
     };
     functions.get_attributes = [this](LPCWSTR path) -> DWORD {
-        DWORD code = enter("GetFileAttributesW", text::narrow(path));
-        if (code == 0 && !has(path))
-            code = ERROR_FILE_NOT_FOUND;
-        return succeeded(code) ? files[path] : INVALID_FILE_ATTRIBUTES;
+        return answer("GetFileAttributesW", text::narrow(path), {{!has(path), ERROR_FILE_NOT_FOUND}}) ? files[path]
+                                                                                                      : INVALID_FILE_ATTRIBUTES;
     };
     functions.set_attributes = [this](LPCWSTR path, DWORD attributes) {
-        const DWORD code = enter("SetFileAttributesW", text::narrow(path) + ", " + hex(attributes));
-        if (code == 0)
+        const BOOL set = answer("SetFileAttributesW", text::format("%1, %2", path, text::hex8(attributes)));
+        if (set)
             files[path] = attributes;
-        return succeeded(code);
+        return set;
     };
-    functions.copy = [this](LPCWSTR from, LPCWSTR to, BOOL fail_if_exists) {
-        DWORD code = enter("CopyFileW", text::format("%1, %2, %3", from, to, fail_if_exists));
-        if (code == 0 && !has(from))
-            code = ERROR_FILE_NOT_FOUND;
-        if (code == 0 && has(to) && (files[to] & (FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_READONLY)))
-            code = ERROR_ACCESS_DENIED;
-        if (code == 0)
+    const auto attributes_of = [this](LPCWSTR path) { return has(path) ? files[path] : 0; };
+    functions.copy = [=, this](LPCWSTR from, LPCWSTR to, BOOL fail_if_exists) {
+        const bool guarded = attributes_of(to) & (FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_READONLY);
+        const BOOL copied = answer("CopyFileW", text::format("%1, %2, %3", from, to, fail_if_exists),
+                                   {{!has(from), ERROR_FILE_NOT_FOUND}, {guarded, ERROR_ACCESS_DENIED}});
+        if (copied)
             files[to] = files[from];
-        return succeeded(code);
+        return copied;
     };
-    functions.remove = [this](LPCWSTR path) {
-        DWORD code = enter("DeleteFileW", text::narrow(path));
-        if (code == 0 && !has(path))
-            code = ERROR_FILE_NOT_FOUND;
-        if (code == 0 && (files[path] & FILE_ATTRIBUTE_READONLY))
-            code = ERROR_ACCESS_DENIED;
-        if (code == 0)
-            files.erase(path);
-        return succeeded(code);
+    functions.remove = [=, this](LPCWSTR path) {
+        const bool guarded = attributes_of(path) & FILE_ATTRIBUTE_READONLY;
+        return answer("DeleteFileW", text::narrow(path),
+                      {{!has(path), ERROR_FILE_NOT_FOUND}, {guarded, ERROR_ACCESS_DENIED}}) &&
+               files.erase(path);
     };
     const auto show_next = [this](LPWIN32_FIND_DATAW data) {
         if (next_found_ == found_.size())
-            return succeeded(ERROR_NO_MORE_FILES);
+            return ::SetLastError(ERROR_NO_MORE_FILES), FALSE;
         const std::wstring& path = found_[next_found_++];
         *data = {};
         std::wcsncpy(data->cFileName, std::wstring(win::file_name_of(path)).c_str(), MAX_PATH - 1);
         data->dwFileAttributes = has(path) ? files[path] : FILE_ATTRIBUTE_DIRECTORY;
         return TRUE;
     };
-    functions.find_first = [this, show_next](LPCWSTR mask, LPWIN32_FIND_DATAW data) -> HANDLE {
-        if (!succeeded(enter("FindFirstFileW", text::narrow(mask))))
+    functions.find_first = [=, this](LPCWSTR mask, LPWIN32_FIND_DATAW data) -> HANDLE {
+        if (!answer("FindFirstFileW", text::narrow(mask)))
             return INVALID_HANDLE_VALUE;
         const std::wstring folder = parent_of(mask);
         found_ = {folder + L"\\.", folder + L"\\.."};
@@ -316,23 +305,16 @@ void host_t::add_file_functions(win::file_functions_t& functions) {
             if (win::same_name(parent_of(name), folder))
                 found_.push_back(name);
         next_found_ = 0;
-        ++open_searches_;
         show_next(data);
-        return this;
+        return opened("search");
     };
-    functions.find_next = [this, show_next](HANDLE, LPWIN32_FIND_DATAW data) {
-        const DWORD code = enter("FindNextFileW", "");
-        return code ? succeeded(code) : show_next(data);
-    };
-    functions.find_close = [this](HANDLE) {
-        --open_searches_;
-        return TRUE;
-    };
+    functions.find_next = [=, this](HANDLE, LPWIN32_FIND_DATAW data) { return answer("FindNextFileW", "") && show_next(data); };
+    functions.find_close = [this](HANDLE search) { return given_back(search); };
     functions.module_handle = [this](LPCWSTR name) -> HMODULE {
-        return succeeded(enter("GetModuleHandleW", text::narrow(name))) ? reinterpret_cast<HMODULE>(this) : nullptr;
+        return answer("GetModuleHandleW", text::narrow(name)) ? reinterpret_cast<HMODULE>(this) : nullptr;
     };
     functions.module_file_name = [this](HMODULE, LPWSTR path, DWORD size) -> DWORD {
-        if (!succeeded(enter("GetModuleFileNameW", "")))
+        if (!answer("GetModuleFileNameW", ""))
             return 0;
         return static_cast<DWORD>(std::swprintf(path, size, L"%ls", L"C:\\console\\KorvaProxyClient.dll"));
     };

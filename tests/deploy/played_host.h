@@ -8,14 +8,9 @@
 #include <vector>
 
 #include "deploy/deployer_platform.h"
+#include "deploy/unc_path.h"
 
 namespace played {
-
-struct name_less_t {
-    bool operator()(const std::wstring& left, const std::wstring& right) const {
-        return ::_wcsicmp(left.c_str(), right.c_str()) < 0;
-    }
-};
 
 // A host in memory behind the deployer's platform functions: its service, its share, its files, who the thread acts as. Every
 // call is recorded with its arguments and can be made to fail; what is open is counted.
@@ -36,7 +31,8 @@ public:
         waits.clear();
     }
 
-    // Handles, buffers, searches, share connections and the impersonation that were not given back; empty when all were.
+    // Handles, buffers, searches, share connections and the impersonation that were not given back, and what was given back
+    // though it was not open; empty when all is in order.
     std::string left_open() const;
 
     int count(const std::string& call) const {
@@ -57,9 +53,9 @@ public:
     DWORD service_state = SERVICE_STOPPED;
     int polls_until_state = 1;  // how many looks it takes until a start or a stop is seen
     std::string service_command_line;
-    std::map<std::wstring, DWORD, name_less_t> files;  // through the share and local: attributes
-    std::vector<std::wstring> connections;             // what the enumeration shows
-    std::set<std::wstring> connected;                  // by this process, not closed yet
+    std::map<std::wstring, DWORD, win::name_less_t> files;  // through the share and local: attributes
+    std::vector<std::wstring> connections;  // made by others, with other credentials: what the enumeration shows
+    std::set<std::wstring> connected;       // by this process, not closed yet
     HANDLE acting_as = nullptr;
 
     std::vector<std::string> calls;
@@ -71,19 +67,22 @@ private:
         int nth;
     };
 
-    DWORD enter(const std::string& name, const std::string& arguments);
+    // Why a call fails that is not told to: the first reason that holds.
+    using reasons_t = std::initializer_list<std::pair<bool, DWORD>>;
+    DWORD enter(const std::string& name, const std::string& arguments, reasons_t reasons = {});
+    BOOL answer(const std::string& name, const std::string& arguments, reasons_t reasons = {});
     void add_service_functions(win::service_functions_t& functions);
     void add_file_functions(win::file_functions_t& functions);
     void add_network_functions(win::network_functions_t& functions);
-    SC_HANDLE new_handle() { return reinterpret_cast<SC_HANDLE>(static_cast<std::uintptr_t>(0x1000 + ++open_handles_)); }
-    BOOL close_handle();
+    // Something that must be given back: `handle`, or a new one.
+    void* opened(const char* kind, void* handle = nullptr);
+    BOOL given_back(void* handle);
 
     std::map<std::string, failure_t> failures_;
     std::map<std::string, int> counts_;
-    int open_handles_ = 0;
-    int open_searches_ = 0;
-    int open_enumerations_ = 0;
-    int open_buffers_ = 0;
+    std::map<void*, std::string> open_;
+    int given_back_twice_ = 0;
+    std::uintptr_t last_handle_ = 0x1000;
     std::vector<std::wstring> found_;
     std::size_t next_found_ = 0;
     std::size_t next_connection_ = 0;

@@ -5,7 +5,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "foundation/convert.h"
+#include "deploy/deployer.h"
+#include "foundation/format.h"
 #include "foundation/system_text.h"
 #include "lab/deployment_model.h"
 #include "lab/failures.h"
@@ -18,12 +19,10 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 namespace fs = std::filesystem;
 
-// Uploads to the lab's installer service, over real remote calls.
+// Uploads to the lab's installer service, and the deployer's other operations on it, over real remote calls.
 struct Uploader : testing::Test {
     static inline std::unique_ptr<lab::server> server;
     static void SetUpTestSuite() {
@@ -70,6 +69,7 @@ struct Uploader : testing::Test {
             names.push_back(line.starts_with("FcWriteFile") ? line : line.substr(0, line.find(' ')));
         return names;
     }
+    static std::string block_of(std::size_t size) { return text::format("FcWriteFile data=<%1 bytes>", size); }
     std::vector<std::string> uploading() {
         requests();
         return thrown([&] { uploader.upload(local.wstring(), remote.wstring()); });
@@ -79,17 +79,16 @@ struct Uploader : testing::Test {
 TEST_F(Uploader, SendsAFileOfAnySizeInBlocksOfHalfAMegabyte) {
     const struct {
         std::size_t size;
-        std::vector<std::string> blocks;
-    } rows[] = {
-        {0, {}}, {1, {"1"}}, {524'288, {"524288"}}, {524'289, {"524288", "1"}}, {1'200'000, {"524288", "524288", "151424"}}};
+        std::vector<std::size_t> blocks;
+    } rows[] = {{0, {}}, {1, {1}}, {524'288, {524'288}}, {524'289, {524'288, 1}}, {1'200'000, {524'288, 524'288, 151'424}}};
     for (const auto& row : rows) {
         write(local, row.size);
         EXPECT_THAT(uploading(), ElementsAre("nothing"));
-        std::vector<testing::Matcher<std::string>> expected{"FcCreateFile"};
-        for (const std::string& block : row.blocks)
-            expected.push_back(HasSubstr(block));
+        std::vector<std::string> expected{"FcCreateFile"};
+        for (const std::size_t block : row.blocks)
+            expected.push_back(block_of(block));
         expected.push_back("FcCloseFile");
-        EXPECT_THAT(requests(), testing::ElementsAreArray(expected)) << row.size;
+        EXPECT_EQ(requests(), expected) << row.size;
         EXPECT_TRUE(bytes_of(remote) == bytes_of(local)) << row.size;
     }
 }
@@ -110,35 +109,21 @@ TEST_F(Uploader, OpensTheRemoteFileToReplaceItAlone) {
                                    "Uploading " + names + ".", "File was successfully uploaded."));
 }
 
-TEST_F(Uploader, ALocalFileThatCannotBeReadSendsNothing) {
-    {
-        const win::unique_file writer(
-            ::CreateFileW(local.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
-        EXPECT_THAT(uploading(), ElementsAre("Failed to upload " + names, exc::system_error_text(ERROR_SHARING_VIOLATION),
-                                             "Failed to open local file '" + text::narrow(local.wstring()) + "'."));
-    }
+TEST_F(Uploader, ALocalFileThatCannotBeOpenedSendsNothing) {
+    const std::string not_opened = "Failed to open local file '" + text::narrow(local.wstring()) + "'.";
+    win::unique_file writer(::CreateFileW(local.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+    EXPECT_THAT(uploading(), ElementsAre("Failed to upload " + names, exc::system_error_text(32), not_opened));
+    writer.reset();
     fs::remove(local);
-    EXPECT_THAT(uploading(), ElementsAre("Failed to upload " + names, exc::system_error_text(ERROR_FILE_NOT_FOUND),
-                                         "Failed to open local file '" + text::narrow(local.wstring()) + "'."));
+    EXPECT_THAT(uploading(), ElementsAre("Failed to upload " + names, exc::system_error_text(2), not_opened));
     EXPECT_THAT(requests(), IsEmpty());
 }
 
-TEST_F(Uploader, EveryFailureIsToldAndTheRemoteFileClosed) {
+TEST_F(Uploader, AShortWriteAndAFailedReadAreToldAndTheRemoteFileClosed) {
     const std::string outer = "Failed to upload " + names;
     lab::host()->deployment.writes_one_byte_less = true;
     EXPECT_THAT(uploading(), ElementsAre(outer, "Failed to write to destination file"));
-    EXPECT_THAT(requests(), ElementsAre("FcCreateFile", HasSubstr("1000"), "FcCloseFile"));
-    lab::reset();
-
-    lab::set_failure("FcWriteFile", "disk full");
-    EXPECT_THAT(uploading(), ElementsAre(outer, "disk full"));
-    EXPECT_THAT(requests(), ElementsAre("FcCreateFile", HasSubstr("1000"), "FcCloseFile"));
-    lab::clear_failures();
-
-    lab::set_failure("FcCreateFile", "no access");
-    EXPECT_THAT(uploading(), ElementsAre(outer, "no access"));
-    EXPECT_THAT(requests(), ElementsAre("FcCreateFile")) << "what was not opened is not closed";
-    lab::clear_failures();
+    EXPECT_THAT(requests(), ElementsAre("FcCreateFile", block_of(1000), "FcCloseFile"));
 
     win::local_file_functions_t files;
     files.read = [](auto...) { return ::SetLastError(ERROR_CRC), FALSE; };
@@ -159,10 +144,86 @@ TEST_F(Uploader, AFailedCloseIsNobodysResult) {
         ::Sleep(20);
 }
 
-TEST_F(Uploader, AnUploadFolderThatIsRefusedIsTold) {
-    lab::set_failure("SureUploadFolderExists", "no room");
-    EXPECT_THAT(thrown([&] { uploader.upload_folder(); }),
-                ElementsAre("Failed to define upload folder for host 'localhost'.", "no room"));
+TEST_F(Uploader, TheDeployersOtherRemoteOperationsAreToldInTheLog) {
+    impl::CKorvaDeployer deployer({}, client);
+    logging::captured_log_t log;
+    lab::host()->deployment.dll_version_high = 0x00070000;
+    lab::host()->deployment.dll_version_low = 0x00010002;
+    const struct {
+        std::function<void()> operation;
+        std::vector<std::string> texts;
+    } rows[] = {
+        {[&] { deployer.SetEndpoint(L"elsewhere", -1); }, {"KD: Set end point. Host: [elsewhere], Port: [-1]"}},
+        {[&] { deployer.SetEndpoint(L"localhost", static_cast<int>(server->port())); },
+         {text::format("KD: Set end point. Host: [localhost], Port: [%1]", server->port())}},
+        {[&] { deployer.SetAccount(L"KORVA\\admin", L"secret"); }, {"KD: Set account. User name: [KORVA\\admin]"}},
+        {[&] { deployer.SetRpcTimeout(30); }, {"KD: Set RPC timeout. Request timeout: [30] sec."}},
+        {[&] { deployer.Connect(); },
+         {"KD: Connect to the remote instance of deployment service",
+          text::format(
+              "  Connecting to RPC port '%1', host 'localhost', service 'KorvaDeploymentSvc', secure channel: 'false' .",
+              server->port())}},
+        {[&] { deployer.PingService(); }, {"KD: Getting version of the deployment service.", "  Service version: [6]"}},
+        {[&] { EXPECT_EQ(deployer.ServiceVersion(), 6); },
+         {"KD: Getting version of the deployment service.", "  Service version: [6]"}},
+        {[&] { EXPECT_EQ(deployer.ServiceDllVersion(), L"7.0.1.2"); },
+         {"KD: Getting version of the deployment service dll.", "  Service dll version: [7.0.1.2]"}},
+    };
+    for (const auto& row : rows) {
+        log.clear();
+        row.operation();
+        EXPECT_EQ(log.texts(), row.texts);
+    }
+    EXPECT_EQ(client->GetRpcTimeout(), 30);
+}
+
+TEST_F(Uploader, APingIsNotRepeatedAndAVersionIs) {
+    int waits = 0;
+    client->retry_policy().wait = [&](auto) { ++waits; };
+    impl::CKorvaDeployer deployer({}, client);
+    deployer.SetEndpoint(L"localhost", 1);
+    const std::string failed = "RPC function call failed. Function name: [GetSvcVersion]. Target machine: [localhost].";
+    EXPECT_EQ(thrown([&] { deployer.PingService(); }).front(), failed);
+    EXPECT_EQ(waits, 0);
+    EXPECT_EQ(thrown([&] { deployer.ServiceVersion(); }).front(), failed);
+    EXPECT_GT(waits, 1);
+}
+
+TEST_F(Uploader, AnUpgradeUploadsAndThenReplacesAndStopsWhereAStepFails) {
+    impl::CKorvaDeployer deployer({}, client);
+    logging::captured_log_t log;
+    const std::string destination = text::narrow(upload_folder.wstring()) + "\\";
+    const std::string not_uploaded = "Failed to upload file '%1' to host 'localhost'. Destination path: '%2'";
+    const std::string local_not_uploaded =
+        text::format(not_uploaded, local.wstring(), destination + text::narrow(local.filename().wstring()));
+    const std::vector<std::string> all = {"SureUploadFolderExists", "FcCreateFile", block_of(1000), "FcCloseFile",
+                                          "UpgradeSvcDll"};
+    const struct {
+        const char* refused;
+        std::wstring path;
+        std::vector<std::string> lines;
+        std::size_t sent;
+    } rows[] = {
+        {"", local.wstring(), {"nothing"}, 5},
+        {"SureUploadFolderExists", local.wstring(), {"Failed to define upload folder for host 'localhost'.", "no"}, 1},
+        {"FcCreateFile", local.wstring(), {local_not_uploaded, "no"}, 2},
+        {"FcWriteFile", local.wstring(), {local_not_uploaded, "no"}, 4},
+        {"UpgradeSvcDll", local.wstring(), {"no"}, 5},
+        {"",
+         L"",
+         {text::format(not_uploaded, "", destination), exc::system_error_text(ERROR_PATH_NOT_FOUND),
+          "Failed to open local file ''."},
+         1},
+    };
+    for (const auto& row : rows) {
+        lab::clear_failures();
+        lab::set_failure(row.refused, "no");
+        requests();
+        log.clear();
+        EXPECT_EQ(thrown([&] { deployer.UpgradeServiceDll(row.path); }), row.lines);
+        EXPECT_EQ(requests(), std::vector(all.begin(), all.begin() + row.sent)) << row.refused;
+        EXPECT_EQ(log.texts().front(), "KD: Upgrading deployment service dll...");
+    }
 }
 
 }  // namespace

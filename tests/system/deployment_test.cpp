@@ -88,7 +88,12 @@ struct Deployment : com_test {
         fs::remove(dll, ignored);
         EXPECT_THAT(host.connections(), IsEmpty());
         EXPECT_FALSE(host.impersonating());
+        clear_log();
+    }
+    // What goes is looked through for the password.
+    void clear_log() {
         EXPECT_FALSE(log.holds("secret"));
+        log.clear();
     }
     // S_OK, or the failure with its text.
     void expect_ok(HRESULT result) {
@@ -133,8 +138,10 @@ TEST_F(Deployment, GoesFromAnEmptyHostToAnUpgradedServiceAndBack) {
     EXPECT_THAT(host.received_by_service(),
                 ElementsAre("SureUploadFolderExists", HasSubstr("FcCreateFile path="), HasSubstr("524288"), HasSubstr("524288"),
                             HasSubstr("151424"), "FcCloseFile", HasSubstr("UpgradeSvcDll path="), "GetSvcDllVersion"));
+    EXPECT_EQ(deployer->UpgradeServiceDll(win::make_bstr(L"").get()), DISP_E_EXCEPTION);
+    EXPECT_THAT(description_of_error(), testing::EndsWith("Failed to open local file ''."));
 
-    log.clear();
+    clear_log();
     expect_ok(deployer->InstallService());
     EXPECT_TRUE(log.holds("Already started"));
 
@@ -142,31 +149,29 @@ TEST_F(Deployment, GoesFromAnEmptyHostToAnUpgradedServiceAndBack) {
     EXPECT_EQ(service_state(), 0u);
     EXPECT_FALSE(fs::exists(windows / L"Korva"));
 
-    log.clear();
+    clear_log();
     expect_ok(deployer->RemoveService());
     EXPECT_TRUE(log.holds("Service not installed"));
 }
 
-TEST_F(Deployment, ANullPathIsToldApartFromAnEmptyOne) {
-    log.clear();
+TEST_F(Deployment, ANullPathIsToldApartFromAnEmptyOneAndFromOneThatLeadsNowhere) {
+    clear_log();
     EXPECT_EQ(deployer->InstallServiceEx(nullptr), E_POINTER);
     EXPECT_EQ(deployer->UpgradeServiceDll(nullptr), E_POINTER);
     EXPECT_EQ(deployer->get_ServiceVersion(nullptr), E_POINTER);
     EXPECT_EQ(deployer->get_ServiceDllVersion(nullptr), E_POINTER);
     EXPECT_THAT(log.texts(), IsEmpty());
 
-    EXPECT_EQ(deployer->InstallServiceEx(win::make_bstr(L"").get()), DISP_E_EXCEPTION);
-    EXPECT_THAT(description_of_error(), HasSubstr("Failed to copy file to the proxy host"));
-    EXPECT_EQ(service_state(), 0u);
+    for (const wchar_t* path : {L"", L"C:\\gone\\KorvaDeploymentSvc.exe"}) {
+        EXPECT_EQ(deployer->InstallServiceEx(win::make_bstr(path).get()), DISP_E_EXCEPTION);
+        const std::string error = description_of_error();
+        EXPECT_THAT(error,
+                    testing::StartsWith(
+                        "Failed to install service [KorvaDeploymentService] was not installed on the host [localhost].\n"));
+        EXPECT_THAT(error, testing::EndsWith("\nFailed to copy file to the proxy host"));
+        EXPECT_EQ(service_state(), 0u);
+    }
     fs::remove_all(windows / L"Korva");  // what a failed installation has done stays
-}
-
-TEST_F(Deployment, AMissingExecutableIsTold) {
-    EXPECT_EQ(deployer->InstallServiceEx(win::make_bstr(L"C:\\gone\\KorvaDeploymentSvc.exe").get()), DISP_E_EXCEPTION);
-    EXPECT_THAT(description_of_error(),
-                HasSubstr("Failed to install service [KorvaDeploymentService] was not installed on the host [localhost].\n"));
-    EXPECT_EQ(service_state(), 0u);
-    fs::remove_all(windows / L"Korva");
 }
 
 }  // namespace
