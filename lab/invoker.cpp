@@ -6,33 +6,24 @@
 //
 //   Lab.Fail         this call fails with the input as its text
 //   Lab.SetFailure   the input is PROCEDURE=TEXT: from now on that procedure fails with TEXT; an empty TEXT ends it
-//   Lab.Reset        the host and all failures are as at the start
+//   Lab.Reset        the host is as the lab has it without options, and nothing fails
 //   Lab.Sleep        answers after as many milliseconds as the input says (at most 60000)
 #include "stubs/invoker.h"
 
-#include <algorithm>
-#include <map>
 #include <vector>
 
 #include "foundation/convert.h"
 #include "foundation/errors.h"
+#include "foundation/numbers.h"
 #include "lab/failures.h"
 #include "lab/host_model.h"
 #include "lab/serve.h"
+#include "lab/xml_text.h"
 
 namespace {
 
 std::wstring reply_to(std::wstring_view command, std::wstring_view input_xml) {
-    static const std::map<wchar_t, std::wstring_view> escapes = {
-        {L'&', L"&amp;"}, {L'<', L"&lt;"}, {L'>', L"&gt;"}, {L'"', L"&quot;"}};
-    std::wstring reply = L"<LabReply Command=\"";
-    for (const wchar_t c : command) {
-        const auto escape = escapes.find(c);
-        reply += escape == escapes.end() ? std::wstring(1, c) : std::wstring(escape->second);
-    }
-    reply += L"\">";
-    reply += input_xml;
-    return reply + L"</LabReply>";
+    return L"<LabReply" + lab::attribute_text(L"Command", command) + L">" + std::wstring(input_xml) + L"</LabReply>";
 }
 
 std::wstring run(std::wstring_view command, const wchar_t* input) {
@@ -43,7 +34,7 @@ std::wstring run(std::wstring_view command, const wchar_t* input) {
     else if (command == L"Lab.Reset")
         lab::reset();
     else if (command == L"Lab.Sleep")
-        ::Sleep(std::clamp(::_wtoi(input), 0, 60000));
+        ::Sleep(text::read_number("Lab.Sleep", input, 0, 60000));
     return reply_to(command, input);
 }
 

@@ -1,6 +1,7 @@
 #include "lab/serve.h"
 
 #include <algorithm>
+#include <atomic>
 #include <new>
 
 #include "foundation/convert.h"
@@ -15,11 +16,11 @@ namespace {
 
 // Wine's RPC server sends a reply from the thread that ran the call, and the next call's thread on the same connection can meet
 // that unfinished send and wait for it for good. A pause lets the first one end. Windows needs none.
-void let_the_last_reply_leave() noexcept {
-    static const bool is_wine = ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
-    if (is_wine)
-        ::Sleep(5);
+unsigned default_reply_pause() noexcept {
+    return ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") ? 5 : 0;
 }
+
+std::atomic<unsigned> reply_pause_ms = default_reply_pause();
 
 void answer_failure(rpc_call_result_t* result, std::string_view text) noexcept {
     result->ok = 0;
@@ -47,8 +48,11 @@ void serve(rpc_call_result_t* result, const char* procedure, std::initializer_li
     } catch (const std::exception& error) {
         answer_failure(result, exc::message_of(error));
     }
-    let_the_last_reply_leave();
+    if (const unsigned pause = reply_pause_ms)
+        ::Sleep(pause);
 }
+
+void set_reply_pause(std::optional<unsigned> ms) { reply_pause_ms = ms.value_or(default_reply_pause()); }
 
 void decline(rpc_call_result_t* result, const char* procedure, std::initializer_list<value_t> values) noexcept {
     serve(result, procedure, values, [] { throw exc::runtime_exc_t("not available in this lab"); });

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <initializer_list>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -31,6 +32,10 @@ void serve(rpc_call_result_t* result, const char* procedure, std::initializer_li
 
 // A procedure that this lab does not play yet.
 void decline(rpc_call_result_t* result, const char* procedure, std::initializer_list<value_t> values) noexcept;
+
+// The pause before each reply, in milliseconds; none is the default: 5 under Wine, whose server half can hang without one
+// (serve.cpp says how), else 0.
+void set_reply_pause(std::optional<unsigned> ms);
 
 // Outputs are made by the stubs' allocator; the stub frees them once they are sent.
 wchar_t* copy_text(std::wstring_view text);

@@ -11,6 +11,7 @@
 #include "foundation/errors.h"
 #include "foundation/format.h"
 #include "foundation/unique_resource.h"
+#include "lab/serve.h"
 #include "stubs/deployment.h"
 #include "stubs/hv_integration.h"
 #include "stubs/invoker.h"
@@ -71,24 +72,28 @@ unsigned listen_on(unsigned port) {
               text::format("Cannot listen on port %1.", port));
         return port;
     }
-    const std::set<unsigned> before = bound_ports();
+    // Wine's runtime takes no second port of its own choice.
+    if (const std::set<unsigned> bound = bound_ports(); !bound.empty())
+        return *bound.begin();
     check(::RpcServerUseProtseqW(reinterpret_cast<RPC_WSTR>(tcp), RPC_C_PROTSEQ_MAX_REQS_DEFAULT, nullptr),
           "Cannot listen on a free port.");
-    for (const unsigned bound : bound_ports()) {
-        if (!before.contains(bound))
-            return bound;
-    }
-    throw exc::runtime_exc_t("The RPC runtime does not tell the port that it listens on.");
+    const std::set<unsigned> bound = bound_ports();
+    if (bound.empty())
+        throw exc::runtime_exc_t("The RPC runtime does not tell the port that it listens on.");
+    return *bound.begin();
 }
 
 }  // namespace
 
 server::server(const server_options& options) {
+    set_reply_pause(options.reply_pause_ms);
     for (const unsigned port : options.ports)
         ports_.push_back(listen_on(port));
     try {
         register_interfaces(options);
-        check(::RpcServerListen(1, RPC_C_LISTEN_MAX_CALLS_DEFAULT, TRUE), "RpcServerListen");
+        if (const RPC_STATUS status = ::RpcServerListen(1, RPC_C_LISTEN_MAX_CALLS_DEFAULT, TRUE);
+            status != RPC_S_ALREADY_LISTENING)
+            check(status, "RpcServerListen");
         if (options.mapper)
             start_mapper();
     } catch (...) {
@@ -131,8 +136,8 @@ server::~server() { stop(); }
 
 void server::stop() noexcept {
     mapper_.reset();
-    ::RpcMgmtStopServerListening(nullptr);
-    ::RpcMgmtWaitServerListen();
+    // The runtime goes on listening, with no interface: the end of that would have to be waited for, and Wine's comes when the
+    // last client has gone.
     for (void* const interface_spec : interfaces_)
         ::RpcServerUnregisterIf(interface_spec, nullptr, TRUE);
     interfaces_.clear();

@@ -30,12 +30,14 @@ std::wstring writer_document(const std::vector<machine_t>& machines);
 // One identifier for each volume that holds a machine's file, separated by ";".
 std::wstring transportable_info(const snapshot_t& snapshot);
 
-// Is this a backup document, and does it know all of the identifiers? Throws exc::runtime_exc_t where not.
-void check_import(const std::wstring& backup_document, const std::wstring& shadow_ids);
+// What a proxy takes from the backup document of a snapshot and the list of its shadow copies. Throws exc::runtime_exc_t (or
+// what the XML functions throw) where the document is not to the letter what backup_document() wrote, or knows no such copy.
+imported_t read_import(const std::wstring& backup_document, const std::wstring& shadow_ids);
 
 // "FilesList" of a machine's files inside the snapshot.
 std::wstring files_list(const snapshot_t& snapshot, const std::wstring& vm);
-// The items of another "FilesList" with paths inside this snapshot.
+// The items of the host's "FilesList", each with its path inside this imported snapshot. Throws exc::runtime_exc_t for a path
+// that lies on none of the volumes that were imported.
 std::wstring converted_list(const snapshot_t& snapshot, const std::wstring& paths_xml);
 
 }  // namespace lab

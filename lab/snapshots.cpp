@@ -28,11 +28,12 @@ GUID snapshots_t::begin_creation(const std::vector<machine_t>& machines, const s
 
 GUID snapshots_t::begin_import(const std::wstring& backup_document, const std::wstring& shadow_ids, const std::wstring& job,
                                const std::wstring& console) {
-    check_import(backup_document, shadow_ids);
+    imported_t wanted = read_import(backup_document, shadow_ids);
+    check_not_imported(wanted);
     operation_t import;
     import.polls_left = polls;
     import.failure = failure;
-    import.result.imported = true;
+    import.result.imported = std::move(wanted);
     import.result.job = job;
     import.result.console = console;
     return begin(std::move(import));
@@ -42,22 +43,39 @@ GUID snapshots_t::begin(operation_t operation) {
     operation.id = new_guid();
     operation.result.id = new_guid();
     operation.result.device = shadow_device(++devices_);
+    if (operation.polls_left == 0)
+        complete(operation);
     operations_.push_back(std::move(operation));
     return operations_.back().id;
 }
 
 operation_status_t snapshots_t::refresh(const GUID& id) {
     operation_t& found = operation(id);
-    if (found.polls_left > 1) {
-        --found.polls_left;
+    if (found.polls_left > 0 && --found.polls_left == 0)
+        complete(found);
+    if (found.polls_left > 0)
         return {};
-    }
-    if (found.polls_left == 1) {
-        found.polls_left = 0;
-        if (found.failure.empty())
-            snapshots_.push_back(found.result);
-    }
     return {.completed = true, .succeeded = found.failure.empty(), .error = found.failure};
+}
+
+void snapshots_t::complete(operation_t& operation) {
+    if (operation.failure.empty())
+        snapshots_.push_back(operation.result);
+}
+
+// A shadow copy is on the proxy once: from the moment its import begins until its snapshot is closed.
+void snapshots_t::check_not_imported(const imported_t& wanted) const {
+    const auto check = [&](const snapshot_t& snapshot) {
+        for (const std::wstring& shadow : wanted.shadows)
+            if (snapshot.imported && std::ranges::count(snapshot.imported->shadows, shadow))
+                throw exc::runtime_exc_t(text::format("The shadow copy '%1' is imported already.", shadow));
+    };
+    for (const snapshot_t& snapshot : snapshots_)
+        if (snapshot.open)
+            check(snapshot);
+    for (const operation_t& operation : operations_)
+        if (operation.polls_left > 0)
+            check(operation.result);
 }
 
 GUID snapshots_t::snapshot_of(const GUID& id) {

@@ -18,10 +18,17 @@ struct operation_status_t {
     std::wstring error;
 };
 
+// What a proxy knows of a snapshot that it has imported.
+struct imported_t {
+    std::wstring source_device;         // its shadow copy on the host
+    std::vector<std::wstring> shadows;  // identifiers of the shadow copies
+    std::vector<std::wstring> volumes;  // "C:\", one for each of them
+};
+
 // A finished snapshot: on the host that took it or, imported, on a proxy.
 struct snapshot_t {
     GUID id{};
-    bool imported = false;
+    std::optional<imported_t> imported;
     bool open = true;
     std::wstring device;  // its shadow copy
     std::wstring job, console;
@@ -34,7 +41,7 @@ struct snapshot_t {
 //
 // A snapshot is asked for by a specification, of which every part but the root element may be left out:
 //
-//   <Snapshot Polls="3" Fail="The writer timed out.">      done at the third refresh; failed then, with this text
+//   <Snapshot Polls="3" Fail="The writer timed out.">      done at the third refresh (0: at once); failed then, with this text
 //     <VM ID="6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d01"/>      these machines; all of them where none is named
 //   </Snapshot>
 class snapshots_t {
@@ -69,6 +76,8 @@ private:
     };
 
     GUID begin(operation_t operation);
+    void complete(operation_t& operation);
+    void check_not_imported(const imported_t& wanted) const;
     operation_t& operation(const GUID& id);
     snapshot_t& open_snapshot(const GUID& id);
 

@@ -3,6 +3,7 @@
 #include <objbase.h>
 
 #include "foundation/convert.h"
+#include "foundation/xml/escaped.h"
 
 namespace lab {
 
@@ -14,18 +15,7 @@ com_apartment::~com_apartment() {
 }
 
 std::wstring attribute_text(std::wstring_view name, std::wstring_view value) {
-    std::wstring text = L" " + std::wstring(name) + L"=\"";
-    for (const wchar_t c : value) {
-        if (c == L'&')
-            text += L"&amp;";
-        else if (c == L'<')
-            text += L"&lt;";
-        else if (c == L'"')
-            text += L"&quot;";
-        else
-            text += c;
-    }
-    return text + L'"';
+    return L" " + std::wstring(name) + L"=\"" + xml::escaped(value) + L'"';
 }
 
 std::wstring attribute_text(std::wstring_view name, const GUID& value) {

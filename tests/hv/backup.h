@@ -37,9 +37,9 @@ struct backup_t {
         ASSERT_EQ(outcome(offhost->GetSnapshotIDByOperationID(import_id, &imported_id)), succeeded());
     }
     HRESULT begin_import(IKorvaHvAsyncOp** import) {
-        win::unique_bstr document, ids;
         EXPECT_EQ(snapshot->get_BackupDocument(document.put()), S_OK);
         EXPECT_EQ(snapshot->GetTransportableSnapshotInfo(ids.put()), S_OK);
+        exported = lab::value_t("backup_document", document.get()).text + ' ' + lab::value_t("snapshot_ids", ids.get()).text;
         return offhost->BeginSnapshotImport(document.get(), ids.get(), import);
     }
 
@@ -50,6 +50,7 @@ struct backup_t {
                                        {"{snapshot}", text::guid_text(snapshot_id)},
                                        {"{import}", text::guid_text(import_id)},
                                        {"{imported}", text::guid_text(imported_id)},
+                                       {"{exported}", exported},
                                        {"{new}", new_id}});
     }
 
@@ -58,6 +59,8 @@ struct backup_t {
     win::com_ptr<IKorvaHvOffhostVss> offhost;
     win::com_ptr<IKorvaHvAsyncOp> operation;
     win::com_ptr<IKorvaHvVssSnapshot> snapshot;
+    win::unique_bstr document, ids;  // that were imported
+    std::string exported;            // the same as the lab shows a request
     GUID operation_id{}, snapshot_id{}, import_id{}, imported_id{};
     std::string new_id;  // of the work that the method in question started
 };

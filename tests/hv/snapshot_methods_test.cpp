@@ -151,11 +151,11 @@ const method_t methods[] = {
      "HvBeginSnapshotImport",
      [](backup_t& backup) {
          win::com_ptr<IKorvaHvAsyncOp> operation;
-         const HRESULT result = backup.offhost->BeginSnapshotImport(bstr(L"<BackupComponents><Shadow ID=\"a\"/>").get(),
-                                                                    bstr(L"a").get(), operation.put());
+         lab::host()->snapshots = {};  // a proxy that has imported nothing yet
+         const HRESULT result = backup.offhost->BeginSnapshotImport(backup.document.get(), backup.ids.get(), operation.put());
          return started(backup, result, operation);
      },
-     {R"(HvBeginSnapshotImport backup_document="<BackupComponents><Shadow ID=\"a\"/>" snapshot_ids="a")"},
+     {"HvBeginSnapshotImport {exported}"},
      {"Sending request to import VSS snapshot. Proxy: '127.0.0.1'.",
       "Request to import VSS snapshot was sent to host '127.0.0.1'."},
      1,
@@ -165,12 +165,12 @@ const method_t methods[] = {
      "HvBeginSnapshotImportEx",
      [](backup_t& backup) {
          win::com_ptr<IKorvaHvAsyncOp> operation;
-         const HRESULT result =
-             backup.offhost->BeginSnapshotImportEx(bstr(L"<BackupComponents><Shadow ID=\"a\"/>").get(), bstr(L"a").get(),
-                                                   bstr(L"Ночь").get(), bstr(L"console-1").get(), operation.put());
+         lab::host()->snapshots = {};
+         const HRESULT result = backup.offhost->BeginSnapshotImportEx(
+             backup.document.get(), backup.ids.get(), bstr(L"Ночь").get(), bstr(L"console-1").get(), operation.put());
          return started(backup, result, operation);
      },
-     {R"(HvBeginSnapshotImportEx backup_document="<BackupComponents><Shadow ID=\"a\"/>" snapshot_ids="a" job="Ночь" console="console-1")"},
+     {R"(HvBeginSnapshotImportEx {exported} job="Ночь" console="console-1")"},
      {"Sending request to import VSS snapshot. Proxy: '127.0.0.1'. Job: 'Ночь'.",
       "Request to import VSS snapshot was sent to host '127.0.0.1'."},
      1,

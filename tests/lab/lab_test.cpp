@@ -1,7 +1,10 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <chrono>
+#include <future>
 #include <memory>
+#include <thread>
 
 #include "foundation/errors.h"
 #include "lab/failures.h"
@@ -100,6 +103,21 @@ TEST_F(Lab, ServesAllThreeInterfacesOnOnePort) {
     EXPECT_EQ(failure_of(deployment_, version), "(no failure)");
     EXPECT_EQ(version.version(), 6);
     EXPECT_THAT(lab::requests().take(), ElementsAre("InvokerTestConnection version=\"6.0\"", "GetSvcVersion"));
+}
+
+TEST_F(Lab, StopsWhileAClientIsConnectedAndServesAgain) {
+    EXPECT_EQ(do_rpc(L"A", L""), L"<LabReply Command=\"A\"></LabReply>");
+    std::promise<void> stopped;
+    std::thread([&] {
+        server_.reset();
+        stopped.set_value();
+    }).detach();
+    ASSERT_EQ(stopped.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    CInvokerTestConnectionMethod test(L"6.0");
+    EXPECT_NE(failure_of(invoker_, test), "(no failure)");
+
+    SetUpTestSuite();
+    EXPECT_EQ(do_rpc(L"B", L""), L"<LabReply Command=\"B\"></LabReply>");
 }
 
 TEST_F(Lab, IsFoundThroughTheEndpointMapper) {
