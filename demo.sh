@@ -54,7 +54,7 @@ start_lab() {
     logged=$(stat -c %s "$log" 2>/dev/null || echo 0)
 }
 
-# Shows a command of the console and runs it; the argument in front says how it has to end (0: well, 1: with a failed call).
+# Shows a command of the console and runs it; the argument in front says how it has to end (0: well, 1: with a failure).
 console() {
     local expected=$1 status=0 shown= argument
     shift

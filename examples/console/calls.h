@@ -3,14 +3,16 @@
 #include <windows.h>
 
 #include <objbase.h>
+#include <oleauto.h>
 
 #include <exception>
 #include <string>
 #include <vector>
 
 #include "foundation/com_ptr.h"
+#include "foundation/unique_resource.h"
 
-// A COM call that failed, with what the error object says.
+// A COM call that failed, with all that its error object says.
 class call_failed : public std::exception {
 public:
     // Takes the thread's error object, so it is made right behind the call.
@@ -18,14 +20,29 @@ public:
 
     const char* what() const noexcept override { return call_; }
     HRESULT result() const noexcept { return result_; }
-    // The lines of the error object's description: the operation that failed first, its cause beneath. Empty without one.
+    // The lines of the error object's description: the operation that failed first, its cause beneath. Without an error object
+    // the system's text for the result.
     const std::vector<std::string>& lines() const noexcept { return lines_; }
+    // The interface that reports the error (its IID where the registry has no name for it), and the error object's source;
+    // empty where there is none.
+    const std::string& interface_name() const noexcept { return interface_; }
+    const std::string& source() const noexcept { return source_; }
 
 private:
+    void take_error_object();
+
     const char* call_;
     HRESULT result_;
     std::vector<std::string> lines_;
+    std::string interface_, source_;
 };
+
+struct safe_array_traits {
+    using handle = SAFEARRAY*;
+    static handle invalid() noexcept { return nullptr; }
+    static void close(handle h) noexcept { ::SafeArrayDestroy(h); }
+};
+using unique_safe_array = win::unique_resource<safe_array_traits>;
 
 // Throws call_failed where the call failed.
 inline void check(const char* call, HRESULT result) {
@@ -43,6 +60,3 @@ win::com_ptr<Interface> create_object(const wchar_t* prog_id) {
                                                  reinterpret_cast<void**>(object.put())));
     return object;
 }
-
-// One step on the screen: the method and what came of it.
-void show(const char* method, const std::string& outcome);

@@ -1,12 +1,19 @@
 #include "files.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
-#include <stdexcept>
+#include "foundation/errors.h"
 
 #include "foundation/convert.h"
+#include "foundation/nesting.h"
 
 namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::wstring_view files_prefix = L"files-";
 
 struct closer {
     void operator()(std::FILE* file) const { std::fclose(file); }
@@ -15,7 +22,7 @@ struct closer {
 std::unique_ptr<std::FILE, closer> open(const std::wstring& path, const wchar_t* mode) {
     std::unique_ptr<std::FILE, closer> file(::_wfopen(path.c_str(), mode));
     if (!file)
-        throw std::runtime_error("Cannot open " + text::narrow(path) + ".");
+        throw exc::runtime_exc_t("Cannot open " + text::narrow(path) + ".");
     return file;
 }
 
@@ -23,9 +30,10 @@ std::unique_ptr<std::FILE, closer> open(const std::wstring& path, const wchar_t*
 
 void write_file(const std::wstring& path, std::wstring_view text) {
     const std::string bytes = text::narrow(text);
-    const auto file = open(path, L"wb");
-    if (std::fwrite(bytes.data(), 1, bytes.size(), file.get()) != bytes.size() || std::fflush(file.get()) != 0)
-        throw std::runtime_error("Cannot write " + text::narrow(path) + ".");
+    auto file = open(path, L"wb");
+    const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
+    if (std::fclose(file.release()) != 0 || !written)
+        throw exc::runtime_exc_t("Cannot write " + text::narrow(path) + ".");
 }
 
 std::wstring read_file(const std::wstring& path) {
@@ -34,9 +42,37 @@ std::wstring read_file(const std::wstring& path) {
     char block[4096];
     while (const std::size_t count = std::fread(block, 1, sizeof block, file.get()))
         bytes.append(block, count);
-    return text::widen(bytes);
+    if (std::ferror(file.get()))
+        throw exc::runtime_exc_t("Cannot read " + text::narrow(path) + ".");
+    return exc::wrap_errors([&] { return text::narrow(path) + " is no UTF-8 text."; },
+                            [&] { return text::widen(bytes.starts_with("\xEF\xBB\xBF") ? bytes.substr(3) : bytes); });
 }
 
 std::wstring argument_text(const std::wstring& argument) {
     return argument.starts_with(L'@') ? read_file(argument.substr(1)) : argument;
+}
+
+std::wstring saved_snapshot_t::files_of(const std::wstring& machine) const {
+    if (machine.empty() || machine.find_first_of(L"\\/:*?\"<>|") != std::wstring::npos)
+        throw exc::runtime_exc_t("'" + text::narrow(machine) + "' is no machine's ID.");
+    return folder_ + L'\\' + std::wstring(files_prefix) + machine + L".xml";
+}
+
+std::vector<std::wstring> saved_snapshot_t::machines() const {
+    std::vector<std::wstring> found;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder_)) {
+        const std::wstring stem = entry.path().stem().wstring();
+        if (stem.starts_with(files_prefix) && entry.path().extension() == L".xml")
+            found.push_back(stem.substr(files_prefix.size()));
+    }
+    std::ranges::sort(found);
+    return found;
+}
+
+void saved_snapshot_t::clear() const {
+    fs::create_directories(folder_);
+    for (const std::wstring& file : {backup_document(), writer_document(), transportable_info()})
+        fs::remove(file);
+    for (const std::wstring& machine : machines())
+        fs::remove(files_of(machine));
 }

@@ -1,40 +1,44 @@
 #include "integrator.h"
 
-#include "foundation/format.h"
+#include <algorithm>
+#include <stdexcept>
+
+#include "foundation/errors.h"
+#include "output.h"
+#include "steps.h"
 
 win::com_ptr<IKorvaHvIntegrator> connect_integrator(const options_t& options) {
-    constexpr wchar_t prog_id[] = L"KorvaProxyClientDll.KorvaHvIntegrator";
-    const auto integrator = create_object<IKorvaHvIntegrator>(prog_id);
-    show("CoCreateInstance", text::format("%1", prog_id));
-    check("SetEndpoint", integrator->SetEndpoint(win::make_bstr(options.host).get(), options.port));
-    show("SetEndpoint", text::format("%1, port %2", options.host, options.port));
-    set_account(integrator, options);
-    show("SetAccount", text::format("%1", options.account));
+    auto integrator = create_client<IKorvaHvIntegrator>(L"KorvaProxyClientDll.KorvaHvIntegrator", options);
     check("TestConnection", integrator->TestConnection());
     show("TestConnection", "ok");
     return integrator;
 }
 
-bool wait_for(const win::com_ptr<IKorvaHvAsyncOp>& operation) {
-    constexpr DWORD poll_ms = 500;
-    for (int poll = 1;; ++poll) {
+void wait_for(const win::com_ptr<IKorvaHvAsyncOp>& operation, const options_t& options) {
+    constexpr DWORD first_pause_ms = 500, longest_pause_ms = 5000;
+    const ULONGLONG begun = ::GetTickCount64(), limit_ms = 1000ull * options.wait_seconds;
+    for (DWORD poll = 1;; ++poll) {
         check("Refresh", operation->Refresh());
         VARIANT_BOOL completed = VARIANT_FALSE, succeeded = VARIANT_FALSE;
         check("IsCompleted", operation->get_IsCompleted(&completed));
-        if (!completed) {
-            show("Refresh", text::format("%1: not completed", poll));
-            ::Sleep(poll_ms);
-            continue;
+        if (completed) {
+            check("IsSucceeded", operation->get_IsSucceeded(&succeeded));
+            win::unique_bstr error;
+            check("ErrDescription", operation->get_ErrDescription(error.put()));
+            show("Refresh", text::format("%1: %2", poll, succeeded ? "completed" : "failed"),
+                 {{"Polls", poll}, {"Succeeded", succeeded != VARIANT_FALSE}});
+            if (succeeded)
+                return;
+            exc::runtime_exc_t failure(text::format("The host's operation %1 has failed:", id_of(operation)));
+            failure.add_line(text::narrow(win::bstr_view(error.get())));
+            throw failure;
         }
-        check("IsSucceeded", operation->get_IsSucceeded(&succeeded));
-        if (succeeded) {
-            show("Refresh", text::format("%1: completed", poll));
-            return true;
-        }
-        win::unique_bstr error;
-        check("ErrDescription", operation->get_ErrDescription(error.put()));
-        show("Refresh", text::format("%1: failed: %2", poll, win::bstr_view(error.get())));
-        return false;
+        const ULONGLONG waited_ms = ::GetTickCount64() - begun;
+        if (waited_ms >= limit_ms)
+            throw exc::runtime_exc_t(text::format("The operation %1 has not completed in %2 seconds; the host goes on with it.",
+                                                  id_of(operation), options.wait_seconds));
+        show_progress(text::format("not completed after %1 s", waited_ms / 1000));
+        pause_for(static_cast<DWORD>(std::min<ULONGLONG>({first_pause_ms * poll, longest_pause_ms, limit_ms - waited_ms})));
     }
 }
 
@@ -42,4 +46,15 @@ GUID id_of(const win::com_ptr<IKorvaHvAsyncOp>& operation) {
     GUID id{};
     check("OperationID", operation->get_OperationID(&id));
     return id;
+}
+
+std::vector<xml::xml_element_ptr> elements_of(const win::unique_bstr& text, std::wstring_view root, std::wstring_view name) {
+    std::vector<xml::xml_element_ptr> found;
+    try {
+        const auto document = xml::document_to_node(xml::load_document(win::bstr_view(text.get()), false));
+        xml::find_children_by_tag(xml::element_to_node(xml::get_child_by_tag(document, root)), name, xml::all_children, found);
+    } catch (const exc::exc_base_t&) {
+        found.clear();
+    }
+    return found;
 }

@@ -3,15 +3,14 @@
 
 #include <objbase.h>
 
-#include <algorithm>
-#include <cstdio>
-#include <stdexcept>
-
 #include "calls.h"
 #include "commands.h"
-#include "foundation/convert.h"
+#include "output.h"
+#include "steps.h"
 
 namespace {
+
+enum exit_code_t { done = 0, failed = 1, wrong_usage = 2, stopped = 130 };
 
 struct apartment {
     // Wine takes the classes' threading model "Neutral" for the main single-threaded apartment: from any other one, calls would
@@ -20,33 +19,33 @@ struct apartment {
     ~apartment() { ::CoUninitialize(); }
 };
 
-void print_help() {
-    std::puts(
-        "korva-console.exe [options] COMMAND [arguments]: drives a remote service through KorvaProxyClient.dll.\n"
-        "\n"
-        "  --host NAME       the service's host (localhost)\n"
-        "  --port N          its TCP port (2600; 0 asks the host's endpoint mapper)\n"
-        "  --account NAME    DOMAIN\\user (.\\operator); the password comes from KORVA_PASSWORD or is asked for\n"
-        "  --secure          encrypt the connection\n"
-        "\n"
-        "Commands:");
-    for (const command_t& command : commands())
-        std::printf("  %ls %s\n", command.name, command.usage);
+const command_t& wanted_command(const options_t& options) {
+    const command_t& command = find_command(options.command);
+    const std::size_t count = options.arguments.size();
+    if (!options.help && (count < command.least || count > command.most))
+        throw usage_error(text::format("The arguments are: %1 %2; see %1 --help.", command.name, command.arguments));
+    if (options.secure && command.run != run_invoke)
+        throw usage_error("--secure is for invoke alone: the other services are not encrypted.");
+    return command;
 }
 
-int run(int count, wchar_t** values) {
-    const options_t options = read_options(count, values);
-    if (options.command.empty()) {
-        print_help();
-        return 0;
+int run(const options_t& options, const command_t& command) {
+    const xml_output output(options.xml, options.command);
+    try {
+        const apartment com;
+        catch_ctrl_c();
+        command.run(options);
+        return done;
+    } catch (const interrupted& error) {
+        show_failure(error);
+        return stopped;
+    } catch (const usage_error& error) {
+        show_failure(error);
+        return wrong_usage;
+    } catch (const std::exception& error) {
+        show_failure(error);
+        return failed;
     }
-    const auto command =
-        std::ranges::find(commands(), options.command, [](const command_t& known) { return std::wstring_view(known.name); });
-    if (command == commands().end())
-        throw std::invalid_argument("There is no command " + text::narrow(options.command) + "; see --help.");
-    const apartment com;
-    command->run(options);
-    return 0;
 }
 
 }  // namespace
@@ -54,14 +53,18 @@ int run(int count, wchar_t** values) {
 int wmain(int count, wchar_t** values) {
     ::SetConsoleOutputCP(CP_UTF8);
     try {
-        return run(count, values);
-    } catch (const call_failed& failure) {
-        show(failure.what(), "failed with HRESULT " + text::hex8(static_cast<std::uint32_t>(failure.result())));
-        for (const std::string& line : failure.lines())
-            std::printf("    %s\n", line.c_str());
-        return 1;
+        const options_t options = read_options(count, values);
+        if (options.command.empty()) {
+            print_help();
+            return options.help ? done : wrong_usage;
+        }
+        const command_t& command = wanted_command(options);
+        if (!options.help)
+            return run(options, command);
+        print_help(command);
+        return done;
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "korva-console: %s\n", error.what());
-        return 2;
+        show_failure(error);
+        return wrong_usage;
     }
 }

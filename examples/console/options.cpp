@@ -1,77 +1,47 @@
 #include "options.h"
 
-#include <windows.h>
-
-#include <cstdio>
-#include <stdexcept>
-
 #include "foundation/convert.h"
+#include "foundation/numbers.h"
+
+std::uint32_t read_number(const std::string& what, const std::wstring& text, std::uint32_t least, std::uint32_t most) {
+    try {
+        return text::read_number(what, text, least, most);
+    } catch (const exc::runtime_exc_t& error) {
+        throw usage_error(error.what());
+    }
+}
 
 options_t read_options(int count, wchar_t** values) {
     options_t options;
-    int i = 1;
-    const auto value = [&](std::wstring_view name) -> std::wstring {
-        if (++i >= count)
-            throw std::invalid_argument(text::narrow(name) + " needs a value.");
-        return values[i];
-    };
-    for (; i < count && values[i][0] == L'-'; ++i) {
-        const std::wstring_view name = values[i];
-        if (name == L"--host")
-            options.host = value(name);
-        else if (name == L"--port")
-            options.port = std::stoi(value(name));
-        else if (name == L"--account")
-            options.account = value(name);
-        else if (name == L"--secure")
+    bool options_end = false;
+    for (int i = 1; i < count; ++i) {
+        const std::wstring text = values[i];
+        const std::string name = text::narrow(text);
+        const auto value = [&]() -> std::wstring {
+            if (++i >= count)
+                throw usage_error(name + " needs a value.");
+            return values[i];
+        };
+        if (options_end || !text.starts_with(L'-'))
+            options.command.empty() ? void(options.command = text) : options.arguments.push_back(text);
+        else if (name == "--host")
+            options.host = value();
+        else if (name == "--port")
+            options.port = static_cast<int>(read_number(name, value(), 0, 65535));
+        else if (name == "--account")
+            options.account = value();
+        else if (name == "--secure")
             options.secure = true;
-        else if (name == L"--help")
-            return {};
+        else if (name == "--wait")
+            options.wait_seconds = read_number(name, value(), 0, 7 * 24 * 3600);
+        else if (name == "--xml")
+            options.xml = true;
+        else if (name == "--help")
+            options.help = true;
+        else if (name == "--")
+            options_end = true;
         else
-            throw std::invalid_argument("There is no option " + text::narrow(name) + "; see --help.");
+            throw usage_error("There is no option " + name + "; see --help.");
     }
-    if (i < count)
-        options.command = values[i++];
-    for (; i < count; ++i)
-        options.arguments.emplace_back(values[i]);
     return options;
-}
-
-namespace {
-
-// The console without echo, as long as this lives.
-class silent_input {
-public:
-    silent_input() : known_(::GetConsoleMode(input_, &mode_) != FALSE) {
-        if (known_)
-            ::SetConsoleMode(input_, mode_ & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
-    }
-    ~silent_input() {
-        if (known_)
-            ::SetConsoleMode(input_, mode_);
-    }
-
-private:
-    const HANDLE input_ = ::GetStdHandle(STD_INPUT_HANDLE);
-    DWORD mode_ = 0;
-    bool known_;
-};
-
-}  // namespace
-
-win::secret_t read_password(const std::wstring& account) {
-    std::wstring text(512, L'\0');
-    const DWORD length = ::GetEnvironmentVariableW(L"KORVA_PASSWORD", text.data(), static_cast<DWORD>(text.size()));
-    if (length > 0 && length < text.size()) {
-        text.resize(length);
-        return win::secret_t(std::move(text));
-    }
-    std::printf("Password of %s: ", text::narrow(account).c_str());
-    std::fflush(stdout);
-    const silent_input silent;
-    if (!std::fgetws(text.data(), static_cast<int>(text.size()), stdin))
-        text.clear();
-    std::puts("");
-    text.resize(std::wcscspn(text.c_str(), L"\r\n"));
-    return win::secret_t(std::move(text));
 }

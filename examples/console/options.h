@@ -1,9 +1,14 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
+#include "foundation/errors.h"
 
-#include "foundation/secret.h"
+// A command line that asks for nothing that the console can do.
+struct usage_error : exc::runtime_exc_t {
+    using exc::runtime_exc_t::runtime_exc_t;
+};
 
 // What the command line asks for.
 struct options_t {
@@ -11,12 +16,18 @@ struct options_t {
     int port = 2600;
     std::wstring account = L".\\operator";
     bool secure = false;
+    unsigned wait_seconds = 3600;  // for the host's work
+    bool xml = false;
+    bool help = false;
     std::wstring command;
     std::vector<std::wstring> arguments;  // of the command
+
+    // Empty where the command line ends before.
+    std::wstring argument(std::size_t index) const { return index < arguments.size() ? arguments[index] : std::wstring(); }
 };
 
-// Throws std::invalid_argument. Without a command the help is wanted.
-options_t read_options(int count, wchar_t** values);
+// A number of the command line (foundation/numbers.h). Throws usage_error.
+std::uint32_t read_number(const std::string& what, const std::wstring& text, std::uint32_t least, std::uint32_t most);
 
-// From the environment variable KORVA_PASSWORD, else asked for; never from the command line, which every process can read.
-win::secret_t read_password(const std::wstring& account);
+// Options stand anywhere up to "--". Throws usage_error.
+options_t read_options(int count, wchar_t** values);

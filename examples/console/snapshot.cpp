@@ -1,110 +1,168 @@
 // A backup as a console drives it: a VSS snapshot of machines on the host, what it holds, and its import on a proxy.
-#include <cstdio>
-#include <stdexcept>
-
 #include "commands.h"
 #include "files.h"
-#include "foundation/convert.h"
-#include "foundation/format.h"
+#include "foundation/errors.h"
 #include "integrator.h"
+#include "output.h"
+#include "steps.h"
 
 namespace {
 
-void show_paths(const char* method, const std::string& of, SAFEARRAY* taken) {
-    BSTR* paths = nullptr;
-    const ULONG count = taken->rgsabound[0].cElements;
-    show(method, text::format("%1: %2 files", of, count));
-    check("SafeArrayAccessData", ::SafeArrayAccessData(taken, reinterpret_cast<void**>(&paths)));
+constexpr wchar_t job[] = L"Nightly backup", console[] = L"korva-console";
+
+void show_files(const char* method, const std::wstring& machine, const unique_safe_array& files) {
+    const auto* const paths = static_cast<const BSTR*>(files.get()->pvData);
+    const ULONG count = files.get()->rgsabound[0].cElements;
+    show(method, text::format("%1: %2 files", machine, count), {{"Machine", machine}, {"Files", count}});
     for (ULONG i = 0; i < count; ++i)
-        std::printf("    %s\n", text::narrow(win::bstr_view(paths[i])).c_str());
-    ::SafeArrayUnaccessData(taken);
-    ::SafeArrayDestroy(taken);
+        show_item("File", text::narrow(win::bstr_view(paths[i])), {{"Path", win::bstr_view(paths[i])}});
 }
 
-void show_size(const char* method, const win::unique_bstr& text) {
-    show(method, text::format("%1 characters", win::bstr_view(text.get()).size()));
+void save(const char* method, const win::unique_bstr& document, const std::wstring& path) {
+    const std::wstring_view text = win::bstr_view(document.get());
+    show(method, text::format("%1 characters", text.size()), {{"Characters", text.size()}, {"SavedAs", path}});
+    write_file(path, text);
 }
 
-void back_up(const win::com_ptr<IKorvaHvVssSnapshot>& snapshot, const std::wstring& machine, const std::wstring& folder) {
+using snapshot_ptr = win::com_ptr<IKorvaHvVssSnapshot>;
+
+void save_documents(const snapshot_ptr& snapshot, const saved_snapshot_t& saved) {
+    win::unique_bstr backup, writers, shadows;
+    check("BackupDocument", snapshot->get_BackupDocument(backup.put()));
+    save("BackupDocument", backup, saved.backup_document());
+    check("WriterDocument", snapshot->get_WriterDocument(writers.put()));
+    save("WriterDocument", writers, saved.writer_document());
+    check("GetTransportableSnapshotInfo", snapshot->GetTransportableSnapshotInfo(shadows.put()));
+    save("GetTransportableSnapshotInfo", shadows, saved.transportable_info());
+}
+
+// Those of the command line, else those of the backup document, as far as its layout is known here.
+std::vector<std::wstring> machines_of(const snapshot_ptr& snapshot, const options_t& options) {
+    if (options.arguments.size() > 2)
+        return {options.arguments.begin() + 2, options.arguments.end()};
+    win::unique_bstr backup;
+    check("BackupDocument", snapshot->get_BackupDocument(backup.put()));
+    std::vector<std::wstring> machines;
+    for (const xml::xml_element_ptr& machine : elements_of(backup, L"BackupComponents", L"Machine"))
+        machines.push_back(xml::get_attribute(machine, L"ID"));
+    if (machines.empty())
+        throw exc::runtime_exc_t("The backup document does not tell the machines: name them behind the folder.");
+    return machines;
+}
+
+void read_files(const snapshot_ptr& snapshot, const std::wstring& machine, const saved_snapshot_t& saved) {
     const win::unique_bstr vm = win::make_bstr(machine);
-    SAFEARRAY* files = nullptr;
-    check("EnumVmFiles", snapshot->EnumVmFiles(vm.get(), &files));
-    show_paths("EnumVmFiles", text::narrow(machine), files);
+    unique_safe_array files;
+    check("EnumVmFiles", snapshot->EnumVmFiles(vm.get(), files.put()));
+    show_files("EnumVmFiles", machine, files);
     win::unique_bstr xml;
     check("BuildVmFilesXml", snapshot->BuildVmFilesXml(vm.get(), xml.put()));
-    write_file(folder + files_file, win::bstr_view(xml.get()));
+    write_file(saved.files_of(machine), win::bstr_view(xml.get()));
     // Here a real console reads the files.
-    check("SetVmBackupStatus", snapshot->SetVmBackupStatus(vm.get(), VARIANT_TRUE));
-    show("SetVmBackupStatus", text::format("%1: OK", machine));
+    stop_if_asked();
+}
+
+void report(const snapshot_ptr& snapshot, const std::wstring& machine, bool well) {
+    check("SetVmBackupStatus", snapshot->SetVmBackupStatus(win::make_bstr(machine).get(), well ? VARIANT_TRUE : VARIANT_FALSE));
+    show("SetVmBackupStatus", text::format("%1: %2", machine, well ? "OK" : "Fail"), {{"Machine", machine}, {"OK", well}});
+}
+
+// The host's writers wait for the outcome of every machine: those that were not read count as failed.
+void back_up(const snapshot_ptr& snapshot, const std::vector<std::wstring>& machines, const saved_snapshot_t& saved) {
+    auto next = machines.begin();
+    run_and_end(
+        [&] {
+            save_documents(snapshot, saved);
+            for (; next != machines.end(); ++next) {
+                read_files(snapshot, *next, saved);
+                report(snapshot, *next, true);
+            }
+        },
+        [&](bool) {
+            for (; next != machines.end(); ++next)
+                attempt([&] { report(snapshot, *next, false); });
+        });
+}
+
+// What the operation has made. Asked for before anything else: a snapshot that cannot be read here must be closed, too.
+GUID made_by(const win::com_ptr<IKorvaHvAsyncOp>& operation, const win::com_ptr<IKorvaHvOffhostVss>& offhost) {
+    GUID id{};
+    check("GetSnapshotIDByOperationID", offhost->GetSnapshotIDByOperationID(id_of(operation), &id));
+    show("GetSnapshotIDByOperationID", text::format("snapshot %1", id), {{"Snapshot", id}});
+    return id;
+}
+
+void show_begun(const char* method, const win::com_ptr<IKorvaHvAsyncOp>& operation) {
+    show(method, text::format("operation %1", id_of(operation)), {{"Operation", id_of(operation)}});
+}
+
+// The on-host and the off-host object close alike.
+template <class Vss>
+void close(const win::com_ptr<Vss>& vss, const GUID& snapshot) {
+    check("CloseSnapshot", vss->CloseSnapshot(snapshot));
+    show("CloseSnapshot", "ok", {{"Snapshot", snapshot}});
 }
 
 }  // namespace
 
 void run_snapshot(const options_t& options) {
-    if (options.arguments.size() < 2)
-        throw std::invalid_argument("snapshot needs a specification and a folder; see --help.");
-    const std::wstring specification = argument_text(options.arguments[0]);
-    const std::wstring& folder = options.arguments[1];
+    const std::wstring specification = argument_text(options.argument(0));
+    const saved_snapshot_t saved(options.argument(1));
+    for (std::size_t i = 2; i < options.arguments.size(); ++i)
+        saved.files_of(options.argument(i));  // an ID that cannot be one is told before anything is done
+    saved.clear();
     const auto integrator = connect_integrator(options);
     win::com_ptr<IKorvaHvOnhostVss> onhost;
+    win::com_ptr<IKorvaHvOffhostVss> offhost;
     check("OnhostVss", integrator->get_OnhostVss(onhost.put()));
+    check("OffhostVss", integrator->get_OffhostVss(offhost.put()));
 
     win::com_ptr<IKorvaHvAsyncOp> operation;
     check("BeginSnapshotCreationEx",
-          onhost->BeginSnapshotCreationEx(win::make_bstr(specification).get(), win::make_bstr(L"Nightly backup").get(),
-                                          win::make_bstr(L"korva-console").get(), operation.put()));
-    show("BeginSnapshotCreationEx", text::format("operation %1", id_of(operation)));
-    wait_for(operation);
+          onhost->BeginSnapshotCreationEx(win::make_bstr(specification).get(), win::make_bstr(job).get(),
+                                          win::make_bstr(console).get(), operation.put()));
+    show_begun("BeginSnapshotCreationEx", operation);
+    wait_for(operation, options);
 
-    // Of an operation that failed the host says here what it was.
-    win::com_ptr<IKorvaHvVssSnapshot> snapshot;
-    check("GetSnapshotByOpID", onhost->GetSnapshotByOpID(id_of(operation), snapshot.put()));
-    GUID id{};
-    check("SnapshotID", snapshot->get_SnapshotID(&id));
-    show("GetSnapshotByOpID", text::format("snapshot %1", id));
-
-    win::unique_bstr backup, writers, shadows;
-    check("BackupDocument", snapshot->get_BackupDocument(backup.put()));
-    check("WriterDocument", snapshot->get_WriterDocument(writers.put()));
-    check("GetTransportableSnapshotInfo", snapshot->GetTransportableSnapshotInfo(shadows.put()));
-    show_size("BackupDocument", backup);
-    show_size("WriterDocument", writers);
-    write_file(folder + backup_file, win::bstr_view(backup.get()));
-    write_file(folder + writers_file, win::bstr_view(writers.get()));
-    write_file(folder + shadows_file, win::bstr_view(shadows.get()));
-
-    for (std::size_t i = 2; i < options.arguments.size(); ++i)
-        back_up(snapshot, options.arguments[i], folder);
-
-    check("CloseSnapshot", onhost->CloseSnapshot(id));
-    show("CloseSnapshot", "ok");
+    const GUID id = made_by(operation, offhost);
+    run_and_end(
+        [&] {
+            snapshot_ptr snapshot;
+            check("GetSnapshotByOpID", onhost->GetSnapshotByOpID(id_of(operation), snapshot.put()));
+            show("GetSnapshotByOpID", "its documents");
+            back_up(snapshot, machines_of(snapshot, options), saved);
+        },
+        [&](bool well) {
+            if (!well)
+                attempt([&] { saved.clear(); });
+            close(onhost, id);
+        });
 }
 
 void run_import(const options_t& options) {
-    if (options.arguments.size() != 1)
-        throw std::invalid_argument("import needs the folder that a snapshot was saved to; see --help.");
-    const std::wstring& folder = options.arguments[0];
-    const win::unique_bstr backup = win::make_bstr(read_file(folder + backup_file));
-    const win::unique_bstr shadows = win::make_bstr(read_file(folder + shadows_file));
-    const win::unique_bstr files = win::make_bstr(read_file(folder + files_file));
+    const saved_snapshot_t saved(options.argument(0));
+    const win::unique_bstr backup = win::make_bstr(read_file(saved.backup_document()));
+    const win::unique_bstr shadows = win::make_bstr(read_file(saved.transportable_info()));
 
     const auto integrator = connect_integrator(options);
     win::com_ptr<IKorvaHvOffhostVss> offhost;
     check("OffhostVss", integrator->get_OffhostVss(offhost.put()));
-
     win::com_ptr<IKorvaHvAsyncOp> operation;
-    check("BeginSnapshotImportEx",
-          offhost->BeginSnapshotImportEx(backup.get(), shadows.get(), win::make_bstr(L"Nightly backup").get(),
-                                         win::make_bstr(L"korva-console").get(), operation.put()));
-    show("BeginSnapshotImportEx", text::format("operation %1", id_of(operation)));
-    wait_for(operation);
+    check("BeginSnapshotImportEx", offhost->BeginSnapshotImportEx(backup.get(), shadows.get(), win::make_bstr(job).get(),
+                                                                  win::make_bstr(console).get(), operation.put()));
+    show_begun("BeginSnapshotImportEx", operation);
+    wait_for(operation, options);
 
-    GUID id{};
-    check("GetSnapshotIDByOperationID", offhost->GetSnapshotIDByOperationID(id_of(operation), &id));
-    show("GetSnapshotIDByOperationID", text::format("snapshot %1", id));
-    SAFEARRAY* paths = nullptr;
-    check("ConvertOffhostPaths", offhost->ConvertOffhostPaths(id, files.get(), &paths));
-    show_paths("ConvertOffhostPaths", "on the proxy", paths);
-    check("CloseSnapshot", offhost->CloseSnapshot(id));
-    show("CloseSnapshot", "ok");
+    const GUID id = made_by(operation, offhost);
+    run_and_end(
+        [&] {
+            for (const std::wstring& machine : saved.machines()) {
+                unique_safe_array files;
+                const win::unique_bstr list = win::make_bstr(read_file(saved.files_of(machine)));
+                check("ConvertOffhostPaths", offhost->ConvertOffhostPaths(id, list.get(), files.put()));
+                show_files("ConvertOffhostPaths", machine, files);
+                stop_if_asked();
+            }
+        },
+        [&](bool) { close(offhost, id); });
 }

@@ -1,12 +1,9 @@
 // A host's VSS set-up: its providers, which of them can snapshot which volumes, and the Hyper-V writer's document.
-#include <cstdio>
 #include <string>
-#include <vector>
 
 #include "commands.h"
-#include "foundation/format.h"
-#include "foundation/xml/document.h"
 #include "integrator.h"
+#include "output.h"
 
 namespace {
 
@@ -32,26 +29,33 @@ std::vector<provider_t> show_providers(const win::com_ptr<IEnumVSSProviders>& pr
         check("Name", provider->get_Name(name.put()));
         check("Type", provider->get_Type(&type));
         check("Version", provider->get_Version(version.put()));
-        const auto kind = static_cast<std::size_t>(type);
-        const std::string line = text::format("    %1, version %2 (%3)", win::bstr_view(name.get()),
-                                              win::bstr_view(version.get()), kind < std::size(kinds) ? kinds[kind] : "other");
-        std::puts(line.c_str());
+        const auto number = static_cast<std::size_t>(type);
+        const char* const kind = number < std::size(kinds) ? kinds[number] : "other";
         known.push_back({id, win::bstr_text(name.get())});
+        show_item("Provider",
+                  text::format("%1 %2, version %3 (%4)", id, known.back().name, win::bstr_view(version.get()), kind),
+                  {{"ID", id}, {"Name", known.back().name}, {"Version", win::bstr_view(version.get())}, {"Type", kind}});
     }
 }
 
-// One line for each question, in their order.
-void show_answer(const win::unique_bstr& answer_xml, const std::vector<provider_t>& providers) {
-    const auto document = xml::document_to_node(xml::load_document(win::bstr_view(answer_xml.get()), false));
-    std::vector<xml::xml_element_ptr> volumes;
-    xml::find_children_by_tag(xml::element_to_node(xml::get_child_by_tag(document, L"Volumes")), L"Volume", xml::all_children,
-                              volumes);
-    show("IsVolumesSupported", "");
-    for (std::size_t i = 0; i < volumes.size(); ++i) {
-        const bool supported = xml::get_attribute(volumes[i], L"Supported") == L"true";
-        const std::string line = text::format("    %1 by %2: %3", xml::get_attribute(volumes[i], L"Name"),
-                                              providers[i % providers.size()].name, supported ? "yes" : "no");
-        std::puts(line.c_str());
+// The name of a provider that the host's answer names by its identifier, with or without braces and in any case.
+std::wstring name_of(std::wstring id, const std::vector<provider_t>& providers) {
+    std::erase_if(id, [](wchar_t c) { return c == L'{' || c == L'}'; });
+    for (const provider_t& provider : providers)
+        if (::_wcsicmp(id.c_str(), text::widen(text::guid_text(provider.id)).c_str()) == 0)
+            return provider.name;
+    return id;
+}
+
+void show_answer(const win::unique_bstr& answer, const std::vector<provider_t>& providers) {
+    const auto volumes = elements_of(answer, L"Volumes", L"Volume");
+    show("IsVolumesSupported", volumes.empty() ? text::narrow(win::bstr_view(answer.get())) : "",
+         {{"Answer", win::bstr_view(answer.get())}});
+    for (const xml::xml_element_ptr& volume : volumes) {
+        const std::wstring name = xml::get_attribute(volume, L"Name"), provider = xml::get_attribute(volume, L"ProviderID");
+        const bool supported = xml::get_attribute(volume, L"Supported") == L"true";
+        show_item("Volume", text::format("%1 by %2: %3", name, name_of(provider, providers), supported ? "yes" : "no"),
+                  {{"Name", name}, {"ProviderID", provider}, {"Supported", supported}});
     }
 }
 
@@ -77,5 +81,6 @@ void run_vss(const options_t& options) {
 
     win::unique_bstr document;
     check("CollectHvWriterDoc", collector->CollectHvWriterDoc(document.put()));
-    show("CollectHvWriterDoc", text::format("%1 characters", win::bstr_view(document.get()).size()));
+    const std::wstring_view text = win::bstr_view(document.get());
+    show("CollectHvWriterDoc", text::format("%1 characters", text.size()), {{"Document", text}});
 }

@@ -5,12 +5,12 @@
 #include <gmock/gmock.h>
 
 #include <optional>
-#include <thread>
 
 #include "KorvaProxyClient.h"
 #include "tests/com/com_test.h"
 #include "tests/system/client.h"
 #include "tests/system/lab_process.h"
+#include "tests/wire/peer.h"
 
 namespace {
 
@@ -18,57 +18,6 @@ using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 using win::make_bstr;
-
-// Answers every connection with what is no remote-procedure call.
-class garbage_service {
-public:
-    garbage_service() {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = ::htonl(INADDR_LOOPBACK);
-        int size = sizeof address;
-        EXPECT_EQ(::bind(listener_, reinterpret_cast<sockaddr*>(&address), size), 0);
-        EXPECT_EQ(::listen(listener_, 5), 0);
-        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size);
-        port_ = ::ntohs(address.sin_port);
-        thread_ = std::jthread([this](const std::stop_token& stop) { run(stop); });
-    }
-    ~garbage_service() {
-        thread_.request_stop();
-        thread_.join();
-        ::closesocket(listener_);
-    }
-    int port() const { return port_; }
-
-private:
-    void run(const std::stop_token& stop) const {
-        while (!stop.stop_requested()) {
-            fd_set readable;
-            FD_ZERO(&readable);
-            FD_SET(listener_, &readable);
-            timeval wait = {0, 50000};
-            if (::select(0, &readable, nullptr, nullptr, &wait) != 1)
-                continue;
-            const SOCKET client = ::accept(listener_, nullptr, nullptr);
-            char received[4096];
-            ::recv(client, received, sizeof received, 0);
-            constexpr char answer[] = "HTTP/1.1 400 Bad Request\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
-            ::send(client, answer, sizeof answer - 1, 0);
-            ::closesocket(client);
-        }
-    }
-
-    struct started_winsock {
-        started_winsock() {
-            WSADATA data;
-            ::WSAStartup(MAKEWORD(2, 2), &data);
-        }
-        ~started_winsock() { ::WSACleanup(); }
-    } winsock_;
-    const SOCKET listener_ = ::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
-    int port_ = 0;
-    std::jthread thread_;
-};
 
 class Invoker : public ::testing::Test {
 protected:
@@ -129,7 +78,9 @@ TEST_F(Invoker, SurvivesTheServicesEnd) {
 
 TEST_F(Invoker, StaysUsableWhateverAnswers) {
     lab_process lab;
-    const garbage_service garbage;
+    wire::behaviour_t behaviour;
+    behaviour.on_bind = wire::behaviour_t::bind_t::garbage;
+    const wire::peer garbage({behaviour});
     const struct {
         const wchar_t* host;
         int port;
@@ -148,24 +99,6 @@ TEST_F(Invoker, StaysUsableWhateverAnswers) {
     set_endpoint(L"no-such-host.invalid", 0);
     EXPECT_EQ(connect(), HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE));
     EXPECT_THAT(description_of_error(), HasSubstr("Connect failed (RpcEpResolveBinding)"));
-}
-
-TEST_F(Invoker, IsDrivenByTheExampleConsole) {
-    const lab_process lab;
-    ::SetEnvironmentVariableW(L"KORVA_PASSWORD", L"secret");
-    const std::wstring options = L"--account LAB\\operator --port ";
-    child_process good(L"korva-console.exe", options + std::to_wstring(lab.port()) + L" invoke Get \"<A/>\"");
-    EXPECT_THAT(good.read_all(), AllOf(HasSubstr("-> <LabReply Command=\"Get\"><A/></LabReply>"),
-                                       HasSubstr("4096 bytes -> 8192 bytes"), ::testing::Not(HasSubstr("secret"))));
-    EXPECT_EQ(good.exit_code(), 0u);
-
-    child_process failed(L"korva-console.exe", options + L"1 invoke");
-    EXPECT_THAT(
-        failed.read_all(),
-        HasSubstr(" failed with HRESULT 0x80020009\r\n"
-                  "    RPC function call failed. Function name: [InvokerTestConnection]. Target machine: [localhost].\r\n"
-                  "    "));
-    EXPECT_EQ(failed.exit_code(), 1u);
 }
 
 }  // namespace
