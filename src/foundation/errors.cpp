@@ -3,8 +3,8 @@
 #include <oleauto.h>
 #include <winternl.h>
 
-#include <memory>
-
+#include "foundation/automation.h"
+#include "foundation/com_ptr.h"
 #include "foundation/convert.h"
 #include "foundation/system_text.h"
 
@@ -13,17 +13,11 @@ namespace {
 
 // Description of the thread's current error object; fetching it takes it from the thread.
 std::string current_error_description() {
-    IErrorInfo* found = nullptr;
-    if (::GetErrorInfo(0, &found) != S_OK || !found)
+    win::com_ptr<IErrorInfo> info;
+    win::unique_bstr description;
+    if (::GetErrorInfo(0, info.put()) != S_OK || FAILED(info->GetDescription(description.put())))
         return {};
-    const auto release = [](IErrorInfo* info) { info->Release(); };
-    const std::unique_ptr<IErrorInfo, decltype(release)> info(found, release);
-
-    BSTR description = nullptr;
-    if (FAILED(info->GetDescription(&description)) || !description)
-        return {};
-    const std::unique_ptr<wchar_t, decltype(&::SysFreeString)> owner(description, &::SysFreeString);
-    return text::narrow({description, ::SysStringLen(description)});
+    return text::narrow(win::bstr_view(description.get()));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 // The library's failures. All kinds derive directly from exc_base_t; narrow text is UTF-8.

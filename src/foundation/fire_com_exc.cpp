@@ -2,19 +2,14 @@
 
 #include <oleauto.h>
 
-#include <memory>
 #include <new>
 
+#include "foundation/com_ptr.h"
 #include "foundation/convert.h"
 #include "foundation/errors.h"
-#include "foundation/nesting.h"
 
 namespace exc {
 namespace {
-
-struct releaser {
-    void operator()(IUnknown* object) const { object->Release(); }
-};
 
 HRESULT code_of(const std::exception& error) noexcept {
     if (const auto* system = dynamic_cast<const win_sys_exc_t*>(&error)) {
@@ -33,19 +28,15 @@ HRESULT out_of_memory() noexcept {
     return E_OUTOFMEMORY;
 }
 
+// Where the object cannot be made, the result stands alone.
 HRESULT set_error_object(std::string_view description, const IID& iid, HRESULT result) noexcept try {
-    const std::wstring wide = text::widen(description);
-    ICreateErrorInfo* created = nullptr;
-    if (FAILED(::CreateErrorInfo(&created)))
-        return out_of_memory();
-    const std::unique_ptr<ICreateErrorInfo, releaser> creator(created);
-    if (FAILED(creator->SetGUID(iid)) || FAILED(creator->SetDescription(const_cast<wchar_t*>(wide.c_str()))))
-        return out_of_memory();
-    IErrorInfo* info = nullptr;
-    if (FAILED(creator->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(&info))))
-        return out_of_memory();
-    const std::unique_ptr<IErrorInfo, releaser> owner(info);
-    ::SetErrorInfo(0, info);
+    std::wstring wide = text::widen(description);
+    win::com_ptr<ICreateErrorInfo> created;
+    win::com_ptr<IErrorInfo> info;
+    if (SUCCEEDED(::CreateErrorInfo(created.put())) && SUCCEEDED(created->SetGUID(iid)) &&
+        SUCCEEDED(created->SetDescription(wide.data())))
+        created.query(info, IID_IErrorInfo);
+    ::SetErrorInfo(0, info.get());
     return result;
 } catch (const std::exception&) {
     return out_of_memory();
@@ -54,13 +45,9 @@ HRESULT set_error_object(std::string_view description, const IID& iid, HRESULT r
 }  // namespace
 
 std::string text_of(const std::exception& error) {
-    std::string text;
-    for (const std::string& line : lines_of(error)) {
-        if (!text.empty())
-            text += '\n';
-        text += line;
-    }
-    return text;
+    if (dynamic_cast<const exc_base_t*>(&error) || dynamic_cast<const impl::rt_exception*>(&error))
+        return error.what();
+    return text::from_code_page(error.what());
 }
 
 std::string message_of(const std::exception& error) {

@@ -20,7 +20,7 @@ std::string message_of(const std::exception& error);
 // The one way an error leaves a COM method: as an HRESULT, with an error object whose description is the exception's text and
 // whose source is the interface `iid`. A win_sys_exc_t keeps its code (as it stands where it is 0 or below, else as
 // FACILITY_WIN32); an rpc_exc_t gives 0x80010000 OR its status; bad_alloc gives E_OUTOFMEMORY and sets no error object; all
-// else gives DISP_E_EXCEPTION. E_OUTOFMEMORY also where the description cannot be made.
+// else gives DISP_E_EXCEPTION. E_OUTOFMEMORY also where the description cannot be converted.
 struct CFireComExcMixin {
     static HRESULT fire_com_exc(const std::exception& error, const IID& iid) noexcept;
 

@@ -1,15 +1,13 @@
 #include "foundation/nesting.h"
 
-#include "foundation/convert.h"
+#include "foundation/fire_com_exc.h"
 
 namespace exc {
 
 std::vector<std::string> lines_of(const std::exception& cause) {
     if (const auto* own = dynamic_cast<const exc_base_t*>(&cause))
         return own->lines();
-    if (const auto* own = dynamic_cast<const impl::rt_exception*>(&cause))
-        return {own->what()};
-    return {text::from_code_page(cause.what())};
+    return {text_of(cause)};
 }
 
 runtime_exc_t nested(std::string_view message, const std::exception& cause) {

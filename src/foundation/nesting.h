@@ -2,9 +2,11 @@
 
 #include <concepts>
 #include <exception>
+#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "foundation/errors.h"
 
