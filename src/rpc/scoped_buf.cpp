@@ -17,7 +17,7 @@ namespace win::rpc {
 void free_rpc_buffer(void* block) noexcept {
     const unsigned long status = ::korva_seh_guard([](void* b) { ::MIDL_user_free(b); }, block);
     if (status != 0)
-        logging::warning("A buffer of a remote reply cannot be freed. Status: [%1].", text::hex8(status));
+        logging::info("A buffer of a remote reply cannot be freed. Status: [%1].", text::hex8(status));
 }
 
 // The stubs' allocator is the process heap (idl/midl_user.c). The runtime asks it for more than the data: it puts a node of its
