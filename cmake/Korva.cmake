@@ -3,6 +3,7 @@
 add_library(korva_flags INTERFACE)
 target_compile_definitions(korva_flags INTERFACE _WIN32_WINNT=0x0601 WINVER=0x0601 UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN)
 target_compile_options(korva_flags INTERFACE
+    $<$<COMPILE_LANGUAGE:C>:-Wall -Wextra -Werror>
     $<$<COMPILE_LANGUAGE:CXX>:-Wall -Wextra -Wpedantic -Werror -Wno-unknown-pragmas -Wno-cast-function-type>
     $<$<AND:$<COMPILE_LANGUAGE:CXX>,$<CXX_COMPILER_ID:Clang>>:-Wno-missing-field-initializers -Wno-language-extension-token>
     $<$<AND:$<BOOL:${KORVA_CHECKED}>,$<COMPILE_LANGUAGE:CXX>>:-fsanitize=undefined -fsanitize-undefined-trap-on-error>)
