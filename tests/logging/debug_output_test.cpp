@@ -75,6 +75,11 @@ TEST(DebugOutput, GoesToTheDebuggerAndNowhereElseByItself) {
     EXPECT_EQ(listener.received(), std::nullopt);
     EXPECT_EQ(log.eol(), "\r\n");
     EXPECT_EQ(log.size(), 0u);
+
+    ::RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, key, L"ExtLogEnabled");
+    const registry_setting_t port_alone(key, L"ExtLogPort", 37183);
+    COutputDebugStringLog().write("two\r\n");
+    EXPECT_EQ(listener.received(), std::nullopt);
 }
 
 TEST(DebugOutput, SendsACopyToTheDefaultAddress) {

@@ -99,6 +99,8 @@ TEST(Log, DropsWithoutReceiverAndWhileSuppressed) {
     EXPECT_EQ(memory->text(), "");
     log.write(2, 0, nullptr, "kept");
     EXPECT_NE(memory->text().find("> kept\r\n"), std::string::npos);
+    log.write(3, 0, std::make_shared<logging::format::line_format_t>("|a|"), "told");
+    EXPECT_NE(memory->text().find("> |a|WARN|told\r\n"), std::string::npos);
     EXPECT_EQ(log.set_receiver(nullptr), memory);
 }
 
