@@ -59,7 +59,7 @@ protected:
     int connects() const {
         return static_cast<int>(std::ranges::count_if(platform_.calls, [](auto& call) { return call.starts_with("compose"); }));
     }
-    // The status that the call ends with, read from the error's second line; 0 for success.
+    // The text of the error that the call ends with; empty for success.
     std::string call() {
         try {
             client_->Call(command_);
