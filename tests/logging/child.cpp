@@ -14,7 +14,7 @@ namespace {
 constexpr DWORD patience_ms = 240'000;  // only a hang takes so long
 
 auto& roles() {
-    static std::map<std::string, int (*)(const arguments_t&)> instance;
+    static std::map<std::string, void (*)(const arguments_t&)> instance;
     return instance;
 }
 
@@ -22,14 +22,7 @@ std::wstring ready_name(DWORD process_id) { return text::widen(text::format("kor
 
 }  // namespace
 
-role_t::role_t(const char* name, int (*run)(const arguments_t&)) { roles()[name] = run; }
-
-bool is_child(int argc, char** argv, int& exit_code) {
-    if (argc < 3 || std::string(argv[1]) != "--child")
-        return false;
-    exit_code = roles().at(argv[2])(arguments_t(argv + 3, argv + argc));
-    return true;
-}
+role_t::role_t(const char* name, void (*run)(const arguments_t&)) { roles()[name] = run; }
 
 process_t::process_t(const std::string& role, const arguments_t& arguments, bool inherit_handles) {
     wchar_t program[MAX_PATH];
@@ -71,19 +64,19 @@ void process_t::wait_until_ready() {
         throw std::runtime_error("the child does not get ready");
 }
 
-void report_ready() {
+void report_ready_and_stay() {
     const win::unique_handle ready(::OpenEventW(EVENT_MODIFY_STATE, FALSE, ready_name(::GetCurrentProcessId()).c_str()));
     ::SetEvent(ready.get());
+    ::Sleep(patience_ms);
 }
-
-void stay() { ::Sleep(patience_ms); }
 
 }  // namespace child
 
 int main(int argc, char** argv) {
-    int exit_code = 0;
-    if (child::is_child(argc, argv, exit_code))
-        return exit_code;
+    if (argc > 2 && std::string(argv[1]) == "--child") {
+        child::roles().at(argv[2])(child::arguments_t(argv + 3, argv + argc));
+        return 0;
+    }
     // What a run that was ended early may have left.
     ::RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Korva\\Quorvane", L"LogDirectory");
     ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\KorvA\\Korva NFS");

@@ -12,13 +12,10 @@ namespace child {
 
 using arguments_t = std::vector<std::string>;
 
-// Registers a role; the child ends with what `run` returns.
+// Registers a role.
 struct role_t {
-    role_t(const char* name, int (*run)(const arguments_t& arguments));
+    role_t(const char* name, void (*run)(const arguments_t& arguments));
 };
-
-// What main asks first: whether this process is a child, and then its exit code.
-bool is_child(int argc, char** argv, int& exit_code);
 
 class process_t {
 public:
@@ -29,7 +26,7 @@ public:
     // Exit code; a child that takes minutes is ended.
     DWORD wait();
 
-    // Returns once the child has called report_ready.
+    // Returns once the child has reported.
     void wait_until_ready();
 
 private:
@@ -37,10 +34,7 @@ private:
     win::unique_handle ready_;
 };
 
-// Child: lets the parent go on.
-void report_ready();
-
-// Child: stays until the parent ends it.
-void stay();
+// Child: lets the parent go on, and stays until the parent ends it.
+void report_ready_and_stay();
 
 }  // namespace child

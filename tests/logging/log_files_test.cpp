@@ -21,20 +21,11 @@ using win::win_log_file_t;
 
 const wchar_t* const directory_key = L"SOFTWARE\\Korva\\Quorvane";
 
-int hold_log(const child::arguments_t& arguments) {
+const child::role_t hold_role("hold", [](const child::arguments_t& arguments) {
     const win_log_file_t file(arguments.at(0));
-    child::report_ready();
-    child::stay();
-    return 0;
-}
-const child::role_t hold_role("hold", hold_log);
-
-int just_stay(const child::arguments_t&) {
-    child::report_ready();
-    child::stay();
-    return 0;
-}
-const child::role_t stay_role("stay", just_stay);
+    child::report_ready_and_stay();
+});
+const child::role_t stay_role("stay", [](const child::arguments_t&) { child::report_ready_and_stay(); });
 
 TEST(LogFile, GoesOnBehindWhatItHoldsAndIsReadableMeanwhile) {
     const scratch_t scratch;
@@ -45,12 +36,7 @@ TEST(LogFile, GoesOnBehindWhatItHoldsAndIsReadableMeanwhile) {
     }
     win_log_file_t file(path);
     file.write("second\r\n");
-    const win::unique_file reader(::CreateFileW(text::widen(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                                nullptr, OPEN_EXISTING, 0, nullptr));
-    char bytes[32];
-    DWORD got = 0;
-    ASSERT_TRUE(::ReadFile(reader.get(), bytes, sizeof bytes, &got, nullptr));
-    EXPECT_EQ(std::string(bytes, got), "first\r\nsecond\r\n");
+    EXPECT_EQ(read_all(path), "first\r\nsecond\r\n");
 }
 
 TEST(LogFile, AFullDiskNeverShowsAndLeavesWholeLinesWhichAreFlushedOnDemand) {
@@ -92,9 +78,7 @@ TEST(LogFile, ChildProcessesInheritNothingAndNobodyReadsAnUnfinishedArchive) {
         files.gz_finish = [&, real = files.gz_finish](gzFile archive) {  // log and archive are both open now
             other = std::make_unique<child::process_t>("stay", child::arguments_t(), true);
             other->wait_until_ready();
-            EXPECT_FALSE(win::unique_file(::CreateFileA((path + ".gz").c_str(), GENERIC_READ,
-                                                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                                        OPEN_EXISTING, 0, nullptr)));
+            EXPECT_FALSE(std::ifstream(path + ".gz"));
             return real(archive);
         };
         win_log_file_t file(path, files);

@@ -77,9 +77,7 @@ TEST(Rotation, AtTheLimitMovesTheLogByteForByteIntoANewArchive) {
     EXPECT_EQ(file.size(), 0u);
     file.write("next\r\n");
     EXPECT_EQ(read_all(path), "next\r\n");
-    bool whole = false;
-    EXPECT_TRUE(read_archive(archive_name(path, 0), &whole) == lines + "\n") << "newest archive";
-    EXPECT_TRUE(whole);
+    EXPECT_TRUE(read_archive(archive_name(path, 0)) == lines + "\n") << "newest archive";
     EXPECT_THAT(archive_texts(path, 1),
                 ElementsAre("archive 0\r\n", "archive 1\r\n", "archive 2\r\n", "archive 3\r\n", "archive 4\r\n", "",
                             "archive 6\r\n", "archive 7\r\n", "archive 8\r\n", "archive 9\r\n"));
@@ -110,17 +108,17 @@ TEST(Rotation, LooksAtTheSizeOncePerThousandMessages) {
 TEST(Rotation, TheLogRotatesItselfAndLosesNothing) {
     const scratch_t scratch;
     const std::string path = scratch / "a.log";
-    logging::log_t log([](logging::receiver::log_file_t& receiver) { logging::rotate_when_full(receiver, {}, {50'000, 10}); });
+    logging::log_t log([](logging::receiver::log_file_t& receiver) { logging::rotate_when_full(receiver, {}, {30'000, 10}); });
     log.set_size_control(true);
     log.set_receiver(std::make_shared<win_log_file_t>(path));
     for (int i = 0; i < 2500; ++i)
         log.write(2, 0, nullptr, std::to_string(i));
-    log.set_receiver(nullptr);
     const std::string all = read_archive(archive_name(path, 1)) + read_archive(archive_name(path, 0)) + read_all(path);
     int number = 0;
     for (const std::string& text : texts_of(all))
         ASSERT_EQ(text, std::to_string(number++));
     EXPECT_EQ(number, 2500);
+    EXPECT_TRUE(exists(archive_name(path, 1))) << "rotated twice";
 }
 
 enum effect_t {
@@ -247,7 +245,7 @@ TEST(Rotation, AnArchiveThatZlibDoesNotTakeLeavesNoFile) {
 }
 
 // Ends the process in front of the step of that number.
-int rotate_and_die(const child::arguments_t& arguments) {
+const child::role_t rotate_role("rotate", [](const child::arguments_t& arguments) {
     logging::file_functions_t files;
     const int last = std::stoi(arguments.at(1));
     int steps = 0;
@@ -271,9 +269,7 @@ int rotate_and_die(const child::arguments_t& arguments) {
     counted(files.gz_close);
     win_log_file_t file(arguments.at(0), files);
     logging::rotate_when_full(file, files, {200'000, 10});
-    return 0;
-}
-const child::role_t rotate_role("rotate", rotate_and_die);
+});
 
 TEST(Rotation, KilledAtAnyStepLeavesEveryLineReadable) {
     const std::string written = numbered_lines(300'000);

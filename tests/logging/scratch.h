@@ -51,20 +51,14 @@ inline void write_all(const std::string& path, std::string_view bytes) {
     std::ofstream(std::filesystem::path(text::widen(path)), std::ios::binary) << bytes;
 }
 
-// What can be read of an archive; `whole` tells whether it ends as an archive ends, its check sum right.
-inline std::string read_archive(const std::string& path, bool* whole = nullptr) {
+// What can be read of an archive; nothing where there is none.
+inline std::string read_archive(const std::string& path) {
+    const gzFile archive = ::gzopen_w(text::widen(path).c_str(), "rb");
     std::string text;
-    if (const gzFile archive = ::gzopen_w(text::widen(path).c_str(), "rb")) {
-        std::string block(65536, '\0');
-        int got;
-        while ((got = ::gzread(archive, block.data(), static_cast<unsigned>(block.size()))) > 0)
-            text.append(block.data(), static_cast<std::size_t>(got));
-        const int end = ::gzclose(archive);
-        if (whole)
-            *whole = got == 0 && end == Z_OK;
-    } else if (whole) {
-        *whole = false;
-    }
+    std::string block(65536, '\0');
+    for (int got; archive && (got = ::gzread(archive, block.data(), static_cast<unsigned>(block.size()))) > 0;)
+        text.append(block.data(), static_cast<std::size_t>(got));
+    ::gzclose(archive);
     return text;
 }
 
