@@ -91,8 +91,6 @@ struct model_calls {
         if (file != model->index_ || event || routine || context || length != 16384 || information_class != 33 ||
             single_entry || file_name || (restart != FALSE) != (pass == 0))
             return invalid_parameter;
-        if (model->query_status.contains(pass))
-            return static_cast<NTSTATUS>(model->query_status[pass]);
         auto* entries = static_cast<index_entry_t*>(buffer);
         const std::size_t count = std::min(model->index_size() - model->next_entry_, reparse_index_t::pass_size);
         if (count == 0)

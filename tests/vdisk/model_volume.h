@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -40,7 +39,6 @@ public:
     std::vector<point_t> points;          // file references count from first_reference
     DWORD root_error = 0;
     std::uint32_t index_status = 0;
-    std::map<std::size_t, std::uint32_t> query_status;  // by pass, from 0
     std::uint32_t end_status = 0x80000006;              // of a pass that finds nothing more
     DWORD privilege_error = 0;
     std::string missing_function;

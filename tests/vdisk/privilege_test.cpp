@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "foundation/errors.h"
 #include "logging/memory_receiver.h"
+#include "tests/deploy/thrown.h"
 
 namespace {
 
@@ -57,12 +57,7 @@ TEST(Privilege, OneThatCannotBePutBackIsLogged) {
 TEST(Privilege, OneThatTheAccountLacksFailsAndLeavesNothing) {
     for (const auto& [privilege, code] : {std::pair{win::privilege_t{0, SE_CREATE_TOKEN_NAME}, ERROR_NOT_ALL_ASSIGNED},
                                           std::pair{win::privilege_t{99, L"SeNoSuchPrivilege"}, ERROR_NO_SUCH_PRIVILEGE}}) {
-        try {
-            win::take_privilege(privilege);
-            ADD_FAILURE();
-        } catch (const exc::win_sys_exc_t& error) {
-            EXPECT_EQ(error.code(), static_cast<std::uint32_t>(code));
-        }
+        EXPECT_EQ(thrown_code([&] { win::take_privilege(privilege); }), static_cast<DWORD>(code));
         EXPECT_FALSE(thread_has_token());
     }
 }

@@ -7,9 +7,11 @@
 
 #include "foundation/convert.h"
 #include "foundation/errors.h"
+#include "tests/deploy/thrown.h"
 #include "vdisk/device_map.h"
 
 using namespace impl::vdmount;
+using namespace std::literals;
 
 namespace {
 
@@ -27,104 +29,49 @@ bytes_t operator+(bytes_t left, std::wstring_view right) {
     return left;
 }
 
-constexpr std::wstring_view zero(L"\0", 1);
-
-TEST(ReparseData, SubstituteNamesAreReadFromGoldenBytes) {
-    // A junction as the platform's tools write it: substitute name first, the print name without the native prefix.
-    const bytes_t junction =
-        hex("03 00 00 a0 2e 00 00 00 00 00 14 00 16 00 0e 00") + L"\\??\\C:\\Dat" + zero + L"C:\\Data" + zero;
-    EXPECT_EQ(substitute_name(mount_point_layout, junction), L"\\??\\C:\\Dat");
-    // A symbolic link: print name first, both names without a zero.
-    const bytes_t link = hex("0c 00 00 a0 20 00 00 00 06 00 0e 00 00 00 06 00 00 00 00 00") + L"D:\\\\??\\D:\\";
-    EXPECT_EQ(substitute_name(symbolic_link_layout, link), L"\\??\\D:\\");
-    EXPECT_FALSE(is_relative_link(link));
-    const bytes_t relative = hex("0c 00 00 a0 14 00 00 00 00 00 08 00 00 00 08 00 01 00 00 00") + L"..\\x";
-    EXPECT_EQ(substitute_name(symbolic_link_layout, relative), L"..\\x");
-    EXPECT_TRUE(is_relative_link(relative));
-}
-
 TEST(ReparseData, NamesThatDoNotFitTheDataFail) {
     struct row_t {
-        const char* what;
-        const char* head;
+        int offset, length;
         bool fits;
     };
-    const row_t rows[] = {
-        {"the whole path buffer", "03 00 00 a0 10 00 00 00 00 00 08 00 00 00 00 00 ", true},
-        {"an empty name at its end", "03 00 00 a0 10 00 00 00 08 00 00 00 00 00 00 00 ", true},
-        {"a length beyond the end", "03 00 00 a0 10 00 00 00 00 00 0a 00 00 00 00 00 ", false},
-        {"an offset beyond the end", "03 00 00 a0 10 00 00 00 0a 00 00 00 00 00 00 00 ", false},
-        {"offset and length together", "03 00 00 a0 10 00 00 00 06 00 04 00 00 00 00 00 ", false},
-        {"all bits set", "03 00 00 a0 ff ff 00 00 ff ff fe ff ff ff ff ff ", false},
-        {"half a character", "03 00 00 a0 10 00 00 00 00 00 07 00 00 00 00 00 ", false},
-        {"a data length that promises more", "03 00 00 a0 00 40 00 00 00 00 00 40 00 00 00 00 ", false},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
-        const bytes_t data = hex(row.head) + L"\\??\\";
-        if (row.fits)
-            EXPECT_NO_THROW(substitute_name(mount_point_layout, data));
-        else
-            EXPECT_THROW(substitute_name(mount_point_layout, data), exc::runtime_exc_t);
+    // Within a path buffer of 8 bytes.
+    for (const auto& [offset, length, fits] :
+         {row_t{0, 8, true}, row_t{8, 0, true}, row_t{0, 10, false}, row_t{10, 0, false}, row_t{6, 4, false},
+          row_t{0xFFFF, 0xFFFE, false}, row_t{0, 7, false}, row_t{0, 0x4000, false}}) {
+        bytes_t data = hex("03 00 00 a0 ff ff 00 00 00 00 00 00 00 00 00 00 ") + L"\\??\\";
+        std::memcpy(data.data() + 8, &offset, 2);
+        std::memcpy(data.data() + 10, &length, 2);
+        EXPECT_EQ(thrown([&] { substitute_name(mount_point_layout, data); })[0] == "nothing", fits) << offset << ' ' << length;
     }
     EXPECT_THROW(substitute_name(mount_point_layout, hex("03 00 00 a0 00 00 00 00 00 00 ")), exc::runtime_exc_t);
     EXPECT_THROW(is_relative_link(hex("0c 00 00 a0 ")), exc::runtime_exc_t);
     EXPECT_THROW(delete_request(0x00000042, hex("42 00 00 00 00 00 00 00 01 02 ")), exc::runtime_exc_t);
 }
 
+const std::wstring volume_name = L"Volume{01234567-89aB-cdef-0123-456789abcdEF}";
+
 TEST(ReparseData, DevicePrefixes) {
-    const std::wstring volume = L"\\??\\Volume{01234567-89ab-cdef-0123-456789abcdef}";
-    struct row_t {
-        std::wstring name;
-        std::optional<std::size_t> length;
-    };
-    const row_t rows[] = {
-        {L"\\??\\C:\\", 6},
-        {L"\\??\\C:\\Users\\x", 6},
-        {L"\\??\\C:", std::nullopt},
-        {L"\\??\\C:/x", std::nullopt},
-        {L"\\??\\x", std::nullopt},
-        {volume + L"\\", 48},
-        {volume + L"\\a\\b", 48},
-        {volume, std::nullopt},
-        {L"\\??\\volume{01234567-89ab-cdef-0123-456789abcdef}\\", std::nullopt},
-        {L"\\??\\Volume{01234567-89ab-cdef-0123-456789abcde}\\xx", std::nullopt},
-        {L"\\??\\UNC\\server\\share", std::nullopt},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(device_prefix_length(row.name), row.length) << text::narrow(row.name);
-    for (const wchar_t* name : {L"", L"\\??\\", L"C:\\Data", L"\\\\?\\C:\\", L"..\\x"}) {
-        try {
-            device_prefix_length(name);
-            ADD_FAILURE() << text::narrow(name);
-        } catch (const exc::runtime_exc_t& error) {
-            EXPECT_EQ(error.what(), "Unexpected substitute path format: '" + text::narrow(name) + "'.");
-        }
-    }
+    const std::wstring volume = L"\\??\\" + volume_name;
+    for (const auto& name : {L"\\??\\C:\\"s, L"\\??\\C:\\Users\\x"s})
+        EXPECT_EQ(device_prefix_length(name), 6u) << text::narrow(name);
+    for (const auto& name : {volume + L"\\", volume + L"\\a\\b"})
+        EXPECT_EQ(device_prefix_length(name), 48u) << text::narrow(name);
+    for (const auto& name : {L"\\??\\C:"s, L"\\??\\C:/x"s, L"\\??\\x"s, volume, L"\\??\\UNC\\s\\share"s,
+                             L"\\??\\v" + volume.substr(5) + L"\\", volume.substr(0, 46) + L"}\\xx"})
+        EXPECT_EQ(device_prefix_length(name), std::nullopt) << text::narrow(name);
+    for (const wchar_t* name : {L"", L"\\??\\", L"C:\\Data", L"\\\\?\\C:\\", L"..\\x"})
+        EXPECT_EQ(thrown([&] { device_prefix_length(name); }),
+                  std::vector{"Unexpected substitute path format: '" + text::narrow(name) + "'."});
 }
 
-TEST(ReparseData, RequestsAreGoldenBytes) {
-    EXPECT_EQ(set_request(mount_point_layout, L"\\??\\E:\\a"),
-              hex("03 00 00 a0 2c 00 00 00 00 00 10 00 12 00 10 00 ") + L"\\??\\E:\\a" + zero + L"\\??\\E:\\a" + zero);
-    EXPECT_EQ(
-        set_request(symbolic_link_layout, L"\\??\\E:\\a"),
-        hex("0c 00 00 a0 30 00 00 00 12 00 10 00 00 00 10 00 00 00 00 00 ") + L"\\??\\E:\\a" + zero + L"\\??\\E:\\a" + zero);
-
+TEST(ReparseData, HeadsAreReadAndWritten) {
+    EXPECT_FALSE(is_relative_link(hex("0c 00 00 a0 0c 00 00 00 00 00 00 00 00 00 00 00 fe ff ff ff ")));
+    EXPECT_TRUE(is_relative_link(hex("0c 00 00 a0 0c 00 00 00 00 00 00 00 00 00 00 00 01 00 00 00 ")));
     const bytes_t data = hex("ff ff ff ff 22 33 44 55 00 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f 77 ");
     EXPECT_EQ(delete_request(0xA0000003, data), hex("03 00 00 a0 00 00 00 00 "));
     EXPECT_EQ(delete_request(0x00001234, data),
               hex("34 12 00 00 00 00 00 00 00 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f "));
 }
-
-// What becomes of the data of a point; none where its device is not mounted here.
-bytes_t mapped(const reparse_layout_t& layout, const reparse_layout_t& becomes, byte_view data, const device_map_t& devices) {
-    const std::wstring name = substitute_name(layout, data);
-    const auto prefix = device_prefix_length(name);
-    const auto target = prefix ? map_target(devices, name, *prefix) : std::nullopt;
-    return target ? set_request(becomes, *target) : bytes_t();
-}
-
-const std::wstring volume_name = L"Volume{01234567-89aB-cdef-0123-456789abcdEF}";
 
 device_map_t mounted_devices() {
     const CMountedDevice devices[] = {{L"E:\\Mnt\\C\\", {L"c:", L"VOLUME{01234567-89AB-CDEF-0123-456789ABCDEF}"}},
@@ -136,49 +83,39 @@ device_map_t mounted_devices() {
     return make_device_map(spec);
 }
 
+const reparse_layout_t& layout_of(byte_view data) {
+    return !data.empty() && data[0] == 0x0c ? symbolic_link_layout : mount_point_layout;
+}
+
 TEST(ReparseData, PointsAreMappedFromGoldenBytesToGoldenBytes) {
     const device_map_t devices = mounted_devices();
     const std::wstring file = L"\\??\\" + volume_name + L"\\f";
     struct row_t {
         const char* what;
-        const reparse_layout_t& layout;
-        bytes_t data;
-        const reparse_layout_t& becomes;
-        bytes_t request;
+        bytes_t data, becomes;  // nothing where its device is not mounted here
     };
     const row_t rows[] = {
-        {"a drive, whatever its case", mount_point_layout,
-         hex("03 00 00 a0 1c 00 00 00 00 00 10 00 12 00 00 00 ") + L"\\??\\C:\\a" + zero + zero, mount_point_layout,
-         hex("03 00 00 a0 44 00 00 00 00 00 1c 00 1e 00 1c 00 ") + L"\\??\\E:\\Mnt\\C\\a" + zero + L"\\??\\E:\\Mnt\\C\\a" +
-             zero},
-        {"the device that was listed last, its root", mount_point_layout,
-         hex("03 00 00 a0 1a 00 00 00 02 00 0e 00 00 00 00 00 ") + zero + L"\\??\\D:\\" + zero, mount_point_layout,
-         hex("03 00 00 a0 28 00 00 00 00 00 0e 00 10 00 0e 00 ") + L"\\??\\G:\\" + zero + L"\\??\\G:\\" + zero},
-        {"a volume, a link", symbolic_link_layout, hex("0c 00 00 a0 70 00 00 00 00 00 64 00 00 00 00 00 00 00 00 00 ") + file,
-         symbolic_link_layout,
-         hex("0c 00 00 a0 48 00 00 00 1e 00 1c 00 00 00 1c 00 00 00 00 00 ") + L"\\??\\E:\\Mnt\\C\\f" + zero +
-             L"\\??\\E:\\Mnt\\C\\f" + zero},
-        {"a link that becomes a junction", symbolic_link_layout,
-         hex("0c 00 00 a0 1c 00 00 00 00 00 10 00 00 00 00 00 00 00 00 00 ") + L"\\??\\d:\\\u00e9", mount_point_layout,
-         hex("03 00 00 a0 2c 00 00 00 00 00 10 00 12 00 10 00 ") + L"\\??\\G:\\\u00e9" + zero + L"\\??\\G:\\\u00e9" + zero},
-        {"a drive's plain name",
-         mount_point_layout,
-         hex("03 00 00 a0 14 00 00 00 00 00 0c 00 00 00 00 00 ") + L"\\??\\C:",
-         mount_point_layout,
-         {}},
-        {"a share",
-         mount_point_layout,
-         hex("03 00 00 a0 1a 00 00 00 00 00 12 00 00 00 00 00 ") + L"\\??\\UNC\\s",
-         mount_point_layout,
-         {}},
-        {"a drive that is not mounted",
-         mount_point_layout,
-         hex("03 00 00 a0 16 00 00 00 00 00 0e 00 00 00 00 00 ") + L"\\??\\X:\\",
-         mount_point_layout,
-         {}},
+        // As the platform's tools write it: the print name behind the other, without the native prefix.
+        {"a drive, whatever its case", hex("03 00 00 a0 24 00 00 00 00 00 10 00 12 00 08 00 ") + L"\\??\\C:\\a\0C:\\a\0"sv,
+         hex("03 00 00 a0 44 00 00 00 00 00 1c 00 1e 00 1c 00 ") + L"\\??\\E:\\Mnt\\C\\a\0\\??\\E:\\Mnt\\C\\a\0"sv},
+        {"the root of a device, as it was listed last",
+         hex("03 00 00 a0 1a 00 00 00 02 00 0e 00 00 00 00 00 ") + L"\0\\??\\D:\\\0"sv,
+         hex("03 00 00 a0 28 00 00 00 00 00 0e 00 10 00 0e 00 ") + L"\\??\\G:\\\0\\??\\G:\\\0"sv},
+        {"a volume, a link", hex("0c 00 00 a0 70 00 00 00 00 00 64 00 00 00 00 00 00 00 00 00 ") + file,
+         hex("0c 00 00 a0 48 00 00 00 1e 00 1c 00 00 00 1c 00 00 00 00 00 ") + L"\\??\\E:\\Mnt\\C\\f\0\\??\\E:\\Mnt\\C\\f\0"sv},
+        {"a link that becomes a junction",
+         hex("0c 00 00 a0 1c 00 00 00 00 00 10 00 00 00 00 00 00 00 00 00 ") + L"\\??\\d:\\\u00e9",
+         hex("03 00 00 a0 2c 00 00 00 00 00 10 00 12 00 10 00 ") + L"\\??\\G:\\\u00e9\0\\??\\G:\\\u00e9\0"sv},
+        {"a plain drive", hex("03 00 00 a0 14 00 00 00 00 00 0c 00 00 00 00 00 ") + L"\\??\\C:", {}},
+        {"a share", hex("03 00 00 a0 1a 00 00 00 00 00 12 00 00 00 00 00 ") + L"\\??\\UNC\\s", {}},
+        {"a drive not mounted", hex("03 00 00 a0 16 00 00 00 00 00 0e 00 00 00 00 00 ") + L"\\??\\X:\\", {}},
     };
-    for (const auto& row : rows)
-        EXPECT_EQ(mapped(row.layout, row.becomes, row.data, devices), row.request) << row.what;
+    for (const auto& row : rows) {
+        const std::wstring name = substitute_name(layout_of(row.data), row.data);
+        const auto prefix = device_prefix_length(name);
+        const auto target = prefix ? map_target(devices, name, *prefix) : std::nullopt;
+        EXPECT_EQ(target ? set_request(layout_of(row.becomes), *target) : bytes_t(), row.becomes) << row.what;
+    }
 }
 
 TEST(ReparseData, ATargetThatItsLengthsCannotHoldFails) {
