@@ -11,7 +11,7 @@ namespace {
 
 using impl::vdmount::disk_volume_t;
 
-DWORD open_handles = 0;
+DWORD attached_disks = 0;
 
 // A host on which every file is a disk with one volume.
 impl::mount_platform_t played_host() {
@@ -20,18 +20,20 @@ impl::mount_platform_t played_host() {
         impl::vdmount::virtual_disk_functions_t library{};
         library.open = [](PVIRTUAL_STORAGE_TYPE, PCWSTR, VIRTUAL_DISK_ACCESS_MASK, OPEN_VIRTUAL_DISK_FLAG,
                           POPEN_VIRTUAL_DISK_PARAMETERS, PHANDLE disk) -> DWORD {
-            ++open_handles;
             *disk = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
             return 0;
         };
         library.attach = [](HANDLE, PSECURITY_DESCRIPTOR, ATTACH_VIRTUAL_DISK_FLAG, ULONG, PATTACH_VIRTUAL_DISK_PARAMETERS,
-                            LPOVERLAPPED) -> DWORD { return 0; };
+                            LPOVERLAPPED) -> DWORD {
+            ++attached_disks;
+            return 0;
+        };
         library.physical_path = [](HANDLE, PULONG, PWSTR path) -> DWORD {
             std::wstring(L"\\\\.\\PhysicalDrive1").copy(path, 19);
             return 0;
         };
         library.detach = [](HANDLE, DETACH_VIRTUAL_DISK_FLAG, ULONG) -> DWORD {
-            --open_handles;
+            --attached_disks;
             return 0;
         };
         return library;
@@ -94,9 +96,9 @@ TEST_F(VdiskMountManager, AllMounterObjectsShareOneMounter) {
     EXPECT_EQ(other->MountAtDriveLetter(text(L"C:\\a.vhd").get(), &letters), DISP_E_EXCEPTION) << "mounted already";
     EXPECT_EQ(letters, 0u);
     one.reset();
-    EXPECT_EQ(open_handles, 1u);
+    EXPECT_EQ(attached_disks, 1u) << "the mounter outlives the object";
     EXPECT_EQ(other->UmountAll(), S_OK);
-    EXPECT_EQ(open_handles, 0u);
+    EXPECT_EQ(attached_disks, 0u);
     EXPECT_EQ(other->Umount(text(L"C:\\a.vhd").get()), DISP_E_EXCEPTION);
 
     EXPECT_EQ(manager->get_VhdMounter(nullptr), E_POINTER);
