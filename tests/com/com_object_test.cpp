@@ -8,42 +8,28 @@
 #include "com/create_internal.h"
 #include "foundation/errors.h"
 #include "tests/com/com_test.h"
+#include "tests/com/outer_object.h"
 #include "tests/com/played_op.h"
 
 namespace {
 
 using com_object_test = com_test;
 
-TEST_F(com_object_test, KeepsOneIdentityAndTheCountOfItsReferences) {
-    auto impl = std::make_shared<played_impl>();
-    const std::weak_ptr<played_impl> alive = impl;
-    auto op = make_op(std::move(impl));
-    EXPECT_TRUE(com::module::in_use());
-
-    win::com_ptr<IUnknown> identity, other;
-    win::com_ptr<IDispatch> dispatch;
-    win::com_ptr<ISupportErrorInfo> support;
-    ASSERT_EQ(op.query(identity), S_OK);
-    ASSERT_EQ(op.query(dispatch), S_OK);
-    ASSERT_EQ(dispatch.query(support), S_OK);
-    ASSERT_EQ(support.query(other), S_OK);
-    EXPECT_EQ(identity.get(), other.get());
-    EXPECT_EQ(support->InterfaceSupportsErrorInfo(__uuidof(IKorvaHvAsyncOp)), S_OK);
-    EXPECT_EQ(support->InterfaceSupportsErrorInfo(IID_IDispatch), S_FALSE);
-
-    void* none = &op;
-    EXPECT_EQ(op->QueryInterface(__uuidof(IChangeIndex), &none), E_NOINTERFACE);
-    EXPECT_EQ(none, nullptr);
-    EXPECT_EQ(op->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
-
-    for (auto release : {&support, &support})
-        release->reset();
-    dispatch.reset();
-    identity.reset();
-    other.reset();
-    EXPECT_FALSE(alive.expired());
-    op.reset();
-    EXPECT_TRUE(alive.expired());
+TEST_F(com_object_test, ItsImplementationGoesWithItsLastReference) {
+    for (const bool aggregated : {false, true}) {
+        outer_object outer;
+        auto impl = std::make_shared<played_impl>();
+        const std::weak_ptr<played_impl> alive = impl;
+        IUnknown* const controlling = aggregated ? &outer : nullptr;
+        outer.part = win::com_ptr<IUnknown>::attach(com::new_object<CCoPlayedOp>(controlling, std::move(impl))->inner());
+        win::com_ptr<IKorvaHvAsyncOp> op;
+        ASSERT_EQ(outer.part.query(op), S_OK);
+        EXPECT_EQ(op->Refresh(), S_OK);
+        (aggregated ? op.reset() : outer.part.reset());
+        EXPECT_FALSE(alive.expired());
+        (aggregated ? outer.part.reset() : op.reset());
+        EXPECT_TRUE(alive.expired());
+    }
 }
 
 TEST_F(com_object_test, CountsReferencesOfManyThreads) {
@@ -60,46 +46,6 @@ TEST_F(com_object_test, CountsReferencesOfManyThreads) {
         thread.join();
     op->AddRef();
     EXPECT_EQ(op->Release(), 1u);
-}
-
-// An object that makes another a part of itself.
-class outer_object final : public IUnknown {
-public:
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
-        if (iid == IID_IUnknown) {
-            AddRef();
-            *object = this;
-            return S_OK;
-        }
-        return part->QueryInterface(iid, object);
-    }
-    STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references; }
-    STDMETHODIMP_(ULONG) Release() noexcept override { return --references; }
-
-    ULONG references = 1;
-    win::com_ptr<IUnknown> part;
-};
-
-TEST_F(com_object_test, LivesInsideAnAggregate) {
-    outer_object outer;
-    auto impl = std::make_shared<played_impl>();
-    const std::weak_ptr<played_impl> alive = impl;
-    outer.part = win::com_ptr<IUnknown>::attach(com::new_object<CCoPlayedOp>(&outer, std::move(impl))->inner());
-
-    win::com_ptr<IKorvaHvAsyncOp> op;
-    win::com_ptr<IUnknown> identity;
-    ASSERT_EQ(outer.QueryInterface(__uuidof(IKorvaHvAsyncOp), reinterpret_cast<void**>(op.put())), S_OK);
-    EXPECT_EQ(outer.references, 2u) << "a reference to an interface of the part is one to the whole";
-    ASSERT_EQ(op.query(identity), S_OK);
-    EXPECT_EQ(identity.get(), &outer);
-    EXPECT_EQ(op->Refresh(), S_OK);
-
-    identity.reset();
-    op.reset();
-    EXPECT_EQ(outer.references, 1u);
-    EXPECT_FALSE(alive.expired());
-    outer.part.reset();
-    EXPECT_TRUE(alive.expired());
 }
 
 TEST_F(com_object_test, AnswersLateBoundCalls) {

@@ -22,16 +22,6 @@ const creatable_class creatable_classes[7] = {
      L"KorvaProxyClientDll.KorvaProxyInvoker", L"KorvaProxyInvoker Class", __uuidof(IProxyRpcInvoker)},
 };
 
-std::vector<creatable_class> available_classes() {
-    std::vector<creatable_class> available;
-    for (const creatable_class& known : creatable_classes)
-        for (const com::class_entry& row : com::class_table())
-            if (row.clsid == guid_of(known.clsid))
-                available.push_back(known);
-    EXPECT_EQ(available.size(), com::class_table().size()) << "a class that is not in the list above";
-    return available;
-}
-
 namespace {
 
 TEST_F(dll_test, ExportsTheFourFunctionsOfAServerAlone) {
@@ -76,28 +66,19 @@ TEST_F(dll_test, HandsOutOneFactoryForEachClass) {
     EXPECT_EQ(locked->LockServer(FALSE), S_OK);
 }
 
-TEST_F(dll_test, CreatesObjectsThatAnswerForTheirOwnInterfaceAlone) {
-    for (const creatable_class& row : available_classes()) {
+TEST_F(dll_test, CreatesAnObjectOfEachClassWithoutAnyRegistration) {
+    EXPECT_EQ(com::class_table().size(), std::size(creatable_classes));
+    for (const creatable_class& row : creatable_classes) {
         SCOPED_TRACE(text::narrow(row.version_independent_prog_id));
         win::com_ptr<IClassFactory> factory;
         ASSERT_EQ(get_class_object(guid_of(row.clsid), IID_IClassFactory, factory.put()), S_OK);
         win::com_ptr<IUnknown> object;
         ASSERT_EQ(factory->CreateInstance(nullptr, row.default_interface, reinterpret_cast<void**>(object.put())), S_OK);
-        for (const creatable_class& other : creatable_classes) {
-            win::com_ptr<IUnknown> found;
-            EXPECT_EQ(object.query(found, other.default_interface),
-                      other.default_interface == row.default_interface ? S_OK : E_NOINTERFACE);
-        }
-        win::com_ptr<ISupportErrorInfo> support;
-        ASSERT_EQ(object.query(support), S_OK);
-        EXPECT_EQ(support->InterfaceSupportsErrorInfo(row.default_interface), S_OK);
-        EXPECT_EQ(support->InterfaceSupportsErrorInfo(IID_IUnknown), S_FALSE);
-
         win::com_ptr<IDispatch> dispatch;
         win::com_ptr<ITypeInfo> info;
         TYPEATTR* of = nullptr;
         ASSERT_EQ(object.query(dispatch), S_OK);
-        ASSERT_EQ(dispatch->GetTypeInfo(0, 0, info.put()), S_OK) << "found without any registration";
+        ASSERT_EQ(dispatch->GetTypeInfo(0, 0, info.put()), S_OK);
         ASSERT_EQ(info->GetTypeAttr(&of), S_OK);
         EXPECT_EQ(of->guid, row.default_interface);
         info->ReleaseTypeAttr(of);

@@ -4,11 +4,13 @@
 
 #include "com/co_proxy_rpc_invoker.h"
 #include "com/conversions.h"
+#include "foundation/convert.h"
 #include "foundation/format.h"
 #include "lab/request_log.h"
-#include "lab/server.h"
 #include "logging/memory_receiver.h"
 #include "tests/com/com_test.h"
+#include "tests/com/lab_port.h"
+#include "tests/com/watched_memory.h"
 
 namespace {
 
@@ -24,9 +26,6 @@ std::wstring text_of(const win::unique_bstr& text) { return std::wstring(win::bs
 // The invoker as clients see it, over a connection whose waits and platform calls are watched.
 class invoker_test : public com_test {
 protected:
-    static void SetUpTestSuite() { server = std::make_unique<lab::server>(); }
-    static void TearDownTestSuite() { server.reset(); }
-
     invoker_test() {
         win::rpc::rpc_functions_t functions = win::rpc::rpc_functions_t::real();
         functions.binding_set_auth_info = [this, real = functions.binding_set_auth_info](
@@ -53,7 +52,7 @@ protected:
             nullptr, std::make_shared<impl::CProxyRpcInvoker>(std::move(client), std::move(accounts)));
         const auto creator = win::com_ptr<IUnknown>::attach(object->inner());
         EXPECT_EQ(creator.query(invoker), S_OK);
-        EXPECT_EQ(invoker->SetEndpoint(make_bstr(L"127.0.0.1").get(), static_cast<int>(server->port())), S_OK);
+        EXPECT_EQ(invoker->SetEndpoint(make_bstr(L"127.0.0.1").get(), static_cast<int>(lab_port())), S_OK);
         lab::requests().take();
     }
 
@@ -68,7 +67,6 @@ protected:
         return invoker->DoRpcWithBinary(make_bstr(L"Twice").get(), make_bstr(L"<x/>").get(), data, answer.put(), bytes.put());
     }
 
-    static std::unique_ptr<lab::server> server;
     win::com_ptr<IProxyRpcInvoker> invoker;
     std::vector<std::wstring> identities;
     std::vector<unsigned long> levels;
@@ -78,8 +76,6 @@ protected:
     win::unique_bstr answer;
     com::unique_safe_array bytes;
 };
-
-std::unique_ptr<lab::server> invoker_test::server;
 
 TEST_F(invoker_test, CarriesACommandToTheServiceAndItsAnswerBack) {
     set_account();
@@ -148,7 +144,7 @@ TEST_F(invoker_test, NamesTheProcedureAndTheHostThatCannotBeReached) {
     EXPECT_EQ(invoker->TestConnection(nullptr), DISP_E_EXCEPTION);
     EXPECT_THAT(description_of_error(), HasSubstr("Target machine: [no.such.host.invalid]."));
 
-    ASSERT_EQ(invoker->SetEndpoint(make_bstr(L"127.0.0.1").get(), static_cast<int>(server->port())), S_OK);
+    ASSERT_EQ(invoker->SetEndpoint(make_bstr(L"127.0.0.1").get(), static_cast<int>(lab_port())), S_OK);
     EXPECT_EQ(do_rpc(L"GetHostInfo", L""), S_OK) << "a reconnect takes the new endpoint";
 }
 
@@ -230,6 +226,49 @@ TEST_F(invoker_test, ServesScripts) {
     EXPECT_EQ(call(L"DoRpcWithBinary", {out_bytes, out_text, in_bytes, text(xml), text(name)}), S_OK);
     EXPECT_EQ(text_of(answer), L"<LabReply Command=\"Script\"><s/></LabReply>");
     EXPECT_THAT(com::safe_array_bytes(bytes.get()).bytes(), ElementsAreArray({7, 7}));
+}
+
+// Of a call and of the connection before it every allocation fails once: ours and those of the stubs.
+TEST_F(invoker_test, SurvivesEveryAllocationThatFails) {
+    const auto block = com::to_safe_array(std::vector<unsigned char>(100));
+    const std::pair<const char*, std::function<HRESULT()>> calls[] = {
+        {"SetAccount", [&] { return invoker->SetAccount(make_bstr(L"CORP\\someone").get(), make_bstr(L"password").get()); }},
+        {"Connect", [&] { return invoker->Connect(make_bstr(L"6.0").get()); }},
+        {"DoRpc", [&] { return do_rpc(L"AllocationsOfThisCommandFail", L"<x/>"); }},
+        {"DoRpcWithBinary", [&] { return do_rpc_with_binary(block.get()); }},
+    };
+    const auto forget = [&] {
+        answer.reset();
+        bytes.reset();
+        identities = decltype(identities)();
+        logons = decltype(logons)();
+        levels = decltype(levels)();
+    };
+    const logging::captured_log_t log;
+    logging::info(std::string(10000, '-'));  // room for what the failures write
+    for (const auto& [name, call] : calls) {
+        SCOPED_TRACE(name);
+        ASSERT_EQ(call(), S_OK);
+        forget();
+        const long blocks = watched_memory::live_blocks();
+        long number = 1;
+        for (;; ++number) {
+            watched_memory::fail_allocation(number);
+            const HRESULT result = call();
+            watched_memory::fail_allocation(0);
+            if (!watched_memory::failed())
+                break;
+            // A log line may be lost and the call succeed; the stubs have a status of their own.
+            EXPECT_TRUE(result == S_OK || result == E_OUTOFMEMORY || description_of_error().ends_with("\nOut of memory."))
+                << text::hex8(static_cast<std::uint32_t>(result));
+            take_error();
+            ASSERT_EQ(call(), S_OK) << "after the failure of allocation " << number;
+            forget();
+            EXPECT_EQ(watched_memory::live_blocks(), blocks) << "after the failure of allocation " << number;
+        }
+        std::printf("%s: %ld allocations\n", name, number - 1);
+        EXPECT_GT(number, 3);
+    }
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "tests/com/com_test.h"
 
@@ -47,9 +46,6 @@ struct creatable_class {
 };
 
 extern const creatable_class creatable_classes[7];
-
-// Those that are built already.
-std::vector<creatable_class> available_classes();
 
 inline CLSID guid_of(const wchar_t* text) {
     CLSID guid{};

@@ -83,7 +83,7 @@ lines_t expected_lines(const std::string& module) {
                      library + "\\6.0\\FLAGS",
                      library + "\\6.0\\HELPDIR",
                      library + "\\6.0\\HELPDIR []=" + module.substr(0, module.rfind('\\'))};
-    for (const creatable_class& row : available_classes()) {
+    for (const creatable_class& row : creatable_classes) {
         const std::string clsid = text::narrow(row.clsid), key = "CLSID\\" + clsid, description = text::narrow(row.description);
         const std::string versioned = text::narrow(row.prog_id), plain = text::narrow(row.version_independent_prog_id);
         lines.insert({key,
@@ -162,7 +162,7 @@ TEST_F(registration_test, LetsClientsCreateEveryClassByItsNames) {
     ASSERT_EQ(register_server(), S_OK);
     std::thread client([&] {
         ASSERT_EQ(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
-        for (const creatable_class& row : available_classes())
+        for (const creatable_class& row : creatable_classes)
             for (const wchar_t* name : {row.prog_id, row.version_independent_prog_id}) {
                 SCOPED_TRACE(text::narrow(name));
                 CLSID clsid{};

@@ -1,0 +1,185 @@
+// The rules that hold for every class, each with its interface, alone and as a part of an aggregate. The objects have no
+// implementation: nothing here may reach it.
+#include <gmock/gmock.h>
+
+#include <map>
+#include <vector>
+
+#include "com/class_table.h"
+#include "com/co_add_file_result.h"
+#include "com/co_change_index.h"
+#include "com/co_enum_cluster_volumes.h"
+#include "com/co_enum_vss_providers.h"
+#include "com/co_file_cache.h"
+#include "com/co_file_standard_info.h"
+#include "com/co_hv_async_op.h"
+#include "com/co_hv_vss_snapshot.h"
+#include "com/co_korva_deployer.h"
+#include "com/co_korva_hv_cluster_manager.h"
+#include "com/co_korva_hv_ctp_mngr.h"
+#include "com/co_korva_hv_integrator.h"
+#include "com/co_korva_hv_offhost_vss.h"
+#include "com/co_korva_hv_onhost_vss.h"
+#include "com/co_korva_hv_restore_mngr.h"
+#include "com/co_korva_vss_info_collector.h"
+#include "com/co_korva_vss_is_volumes_supported_request.h"
+#include "com/co_proxy_client_logging.h"
+#include "com/co_proxy_rpc_invoker.h"
+#include "com/co_vdisk_mount_manager.h"
+#include "com/co_vhd_mounter.h"
+#include "com/co_vmdk_mounter.h"
+#include "logging/memory_receiver.h"
+#include "tests/com/com_test.h"
+#include "tests/com/outer_object.h"
+
+namespace {
+
+struct class_row {
+    IID iid;
+    IUnknown* (*make)(IUnknown* outer);
+};
+
+template <class... Object>
+std::vector<class_row> rows_of() {
+    return {{__uuidof(typename Object::interface_type),
+             [](IUnknown* outer) { return com::new_object<Object>(outer, nullptr)->inner(); }}...};
+}
+
+const std::vector<class_row> classes =
+    rows_of<com::CCoAddFileResult, com::CCoChangeIndex, com::CCoClusterVolumeInformation, com::CCoEnumClusterVolumes,
+            com::CCoEnumVSSProviders, com::CCoFileCache, com::CCoFileStandardInfo, com::CCoHvAsyncOp, com::CCoHvVssSnapshot,
+            com::CCoKorvaDeployer, com::CCoKorvaHvClusterManager, com::CCoKorvaHvCtpMngr, com::CCoKorvaHvIntegrator,
+            com::CCoKorvaHvOffhostVss, com::CCoKorvaHvOnhostVss, com::CCoKorvaHvRestoreMngr, com::CCoKorvaVssInfoCollector,
+            com::CCoKorvaVssIsVolumesSupportedRequest, com::CCoProxyClientLogging, com::CCoProxyRpcInvoker,
+            com::CCoVdiskMountManager, com::CCoVhdMounter, com::CCoVmdkMounter, com::CCoVSSProviderInfo>();
+
+win::com_ptr<ITypeLib> library() {
+    win::com_ptr<ITypeLib> found;
+    EXPECT_EQ(::LoadTypeLibEx(L"KorvaProxyClient.dll", REGKIND_NONE, found.put()), S_OK);
+    return found;
+}
+
+// An interface as its table of functions.
+win::com_ptr<ITypeInfo> table_of(ITypeLib* library, const IID& iid) {
+    win::com_ptr<ITypeInfo> dispatch, table;
+    HREFTYPE reference = 0;
+    EXPECT_EQ(library->GetTypeInfoOfGuid(iid, dispatch.put()), S_OK);
+    EXPECT_EQ(dispatch->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference), S_OK);
+    EXPECT_EQ(dispatch->GetRefTypeInfo(reference, table.put()), S_OK);
+    return table;
+}
+
+using every_class = com_test;
+
+TEST_F(every_class, IsInTheList) {
+    const auto types = library();
+    std::size_t interfaces = 0;
+    for (UINT i = 0; i < types->GetTypeInfoCount(); ++i) {
+        TYPEKIND kind = TKIND_ENUM;
+        types->GetTypeInfoType(i, &kind);
+        interfaces += kind == TKIND_DISPATCH;
+    }
+    std::map<std::string, int> distinct;
+    for (const class_row& row : classes)
+        ++distinct[text::guid_text(row.iid)];
+    EXPECT_EQ(distinct.size(), interfaces);
+}
+
+// From every interface of an object every other leads to the same one, and IUnknown is always the same; nothing else is there.
+void expect_one_identity(IUnknown* object, const class_row& row, IUnknown* identity) {
+    const IID own[] = {IID_IUnknown, IID_IDispatch, IID_ISupportErrorInfo, row.iid};
+    for (const IID& from : own) {
+        win::com_ptr<IUnknown> start;
+        ASSERT_EQ(object->QueryInterface(from, reinterpret_cast<void**>(start.put())), S_OK);
+        for (const IID& to : own) {
+            win::com_ptr<IUnknown> direct, reached, back;
+            EXPECT_EQ(object->QueryInterface(to, reinterpret_cast<void**>(direct.put())), S_OK);
+            EXPECT_EQ(start->QueryInterface(to, reinterpret_cast<void**>(reached.put())), S_OK);
+            EXPECT_EQ(reached.get(), direct.get());
+            EXPECT_EQ(reached->QueryInterface(from, reinterpret_cast<void**>(back.put())), S_OK);
+            EXPECT_EQ(back.get(), start.get());
+            EXPECT_TRUE(to != IID_IUnknown || reached.get() == identity);
+        }
+        for (const class_row& other : classes) {
+            void* none = object;
+            EXPECT_TRUE(other.iid == row.iid || start->QueryInterface(other.iid, &none) == E_NOINTERFACE);
+            EXPECT_TRUE(other.iid == row.iid || !none);
+        }
+        EXPECT_EQ(start->QueryInterface(row.iid, nullptr), E_POINTER);
+    }
+    win::com_ptr<ISupportErrorInfo> support;
+    ASSERT_EQ(object->QueryInterface(IID_ISupportErrorInfo, reinterpret_cast<void**>(support.put())), S_OK);
+    for (const class_row& other : classes)
+        EXPECT_EQ(support->InterfaceSupportsErrorInfo(other.iid), other.iid == row.iid ? S_OK : S_FALSE);
+    EXPECT_EQ(support->InterfaceSupportsErrorInfo(IID_IDispatch), S_FALSE);
+}
+
+TEST_F(every_class, HasOneIdentityAloneAndInAnAggregate) {
+    for (const class_row& row : classes) {
+        SCOPED_TRACE(text::guid_text(row.iid));
+        IUnknown* const object = row.make(nullptr);
+        expect_one_identity(object, row, object);
+        EXPECT_EQ(object->AddRef(), 2u);
+        EXPECT_EQ(object->Release(), 1u);
+        EXPECT_EQ(object->Release(), 0u);
+        EXPECT_FALSE(com::module::in_use());
+
+        outer_object outer;
+        outer.part = win::com_ptr<IUnknown>::attach(row.make(&outer));
+        expect_one_identity(&outer, row, &outer);
+        win::com_ptr<IUnknown> inner, interface_of_part;
+        EXPECT_EQ(outer.part->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(inner.put())), S_OK);
+        EXPECT_EQ(inner.get(), outer.part.get());
+        EXPECT_EQ(outer.part->QueryInterface(row.iid, reinterpret_cast<void**>(interface_of_part.put())), S_OK);
+        EXPECT_EQ(outer.references, 2u) << "a reference to an interface of the part is one to the whole";
+        interface_of_part.reset();
+        EXPECT_EQ(outer.references, 1u);
+        inner.reset();
+        EXPECT_TRUE(com::module::in_use());
+        outer.part.reset();
+        EXPECT_FALSE(com::module::in_use());
+    }
+}
+
+// The guard takes away what somebody else left on the thread and answers a missing pointer before it logs or does anything.
+// The other methods are looked at by guard_check.py.
+TEST_F(every_class, RefusesMissingPointersInEveryMethod) {
+    using method = HRESULT(STDMETHODCALLTYPE*)(void*, void*, void*, void*, void*, void*, void*);
+    const auto types = library();
+    logging::captured_log_t log;
+    int methods = 0;
+    for (const class_row& row : classes) {
+        const auto table = table_of(types.get(), row.iid);
+        win::com_ptr<IUnknown> object;
+        const auto creator = win::com_ptr<IUnknown>::attach(row.make(nullptr));
+        ASSERT_EQ(creator->QueryInterface(row.iid, reinterpret_cast<void**>(object.put())), S_OK);
+        log.clear();  // some log that they are created
+        FUNCDESC* member = nullptr;
+        for (UINT i = 0; table->GetFuncDesc(i, &member) == S_OK; ++i) {
+            bool takes_pointer = false;
+            GUID value{};  // a GUID comes by address, too
+            void* arguments[6] = {};
+            for (int p = 0; p < member->cParams; ++p) {
+                const bool is_pointer = member->lprgelemdescParam[p].tdesc.vt == VT_PTR;
+                arguments[p] = is_pointer ? nullptr : &value;
+                takes_pointer |= is_pointer;
+            }
+            const std::size_t slot = static_cast<std::size_t>(member->oVft) / sizeof(void*);
+            table->ReleaseFuncDesc(member);
+            if (!takes_pointer || slot < 7)
+                continue;
+            SCOPED_TRACE(text::guid_text(row.iid) + ", slot " + std::to_string(slot));
+            leave_foreign_error();
+            const auto call = (*reinterpret_cast<method**>(object.get()))[slot];
+            EXPECT_EQ(call(object.get(), arguments[0], arguments[1], arguments[2], arguments[3], arguments[4], arguments[5]),
+                      E_POINTER);
+            EXPECT_FALSE(take_error());
+            ++methods;
+        }
+        EXPECT_THAT(log.texts(), testing::IsEmpty());
+    }
+    EXPECT_GT(methods, 70);
+    std::printf("%d methods of %zu classes\n", methods, classes.size());
+}
+
+}  // namespace

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string_view>
+
+// The program's operator new and the RPC allocator, which count, fail and search on demand, for the calling thread alone: the
+// services that a test runs in the same process are not touched.
+namespace watched_memory {
+
+// Blocks that this thread took less those that it gave back.
+long live_blocks() noexcept;
+
+// The N-th allocation from now fails, once; 0 ends it. `failed` says whether it did.
+void fail_allocation(long number) noexcept;
+bool failed() noexcept;
+
+// Blocks that this thread gives back from now on are searched for these bytes; how many held them. An empty text ends it.
+void search_for(std::string_view bytes) noexcept;
+long found() noexcept;
+
+}  // namespace watched_memory
