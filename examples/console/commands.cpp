@@ -25,6 +25,12 @@ earlier run has saved there goes. Without a VMID the machines are those of the b
 
   korva-console --host proxy-01 import C:\saved)",
          run_import},
+        {L"close", "OPERATION", 1, 1, "Closes the snapshot of an operation that nobody waited for.",
+         R"(A snapshot or an import that was interrupted, or took longer than --wait allows, goes on on its host; what it makes stays
+open there. OPERATION is the ID that was shown as it began.
+
+  korva-console --host hv-01 close 90fca9d4-fe6a-420a-b0d6-941ddbcf3ca2)",
+         run_close},
         {L"restore", "FOLDER VMID [PATH]", 2, 3, "Takes the Hyper-V writer through the restore of a machine.",
          R"(FOLDER is that of the snapshot command. The machine goes to where it was, or to the folder PATH on the host. A restore that
 fails is reported as failed, and its session is closed.

@@ -25,6 +25,7 @@ void print_help(const command_t& command);
 void run_invoke(const options_t& options);
 void run_snapshot(const options_t& options);
 void run_import(const options_t& options);
+void run_close(const options_t& options);
 void run_restore(const options_t& options);
 void run_track(const options_t& options);
 void run_cluster(const options_t& options);

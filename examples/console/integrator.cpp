@@ -35,8 +35,9 @@ void wait_for(const win::com_ptr<IKorvaHvAsyncOp>& operation, const options_t& o
         }
         const ULONGLONG waited_ms = ::GetTickCount64() - begun;
         if (waited_ms >= limit_ms)
-            throw exc::runtime_exc_t(text::format("The operation %1 has not completed in %2 seconds; the host goes on with it.",
-                                                  id_of(operation), options.wait_seconds));
+            throw exc::runtime_exc_t(
+                text::format("The operation %1 has not completed in %2 seconds; 'close' ends what the host makes of it.",
+                             id_of(operation), options.wait_seconds));
         show_progress(text::format("not completed after %1 s", waited_ms / 1000));
         pause_for(static_cast<DWORD>(std::min<ULONGLONG>({first_pause_ms * poll, longest_pause_ms, limit_ms - waited_ms})));
     }

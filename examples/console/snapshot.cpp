@@ -85,9 +85,9 @@ void back_up(const snapshot_ptr& snapshot, const std::vector<std::wstring>& mach
 }
 
 // What the operation has made. Asked for before anything else: a snapshot that cannot be read here must be closed, too.
-GUID made_by(const win::com_ptr<IKorvaHvAsyncOp>& operation, const win::com_ptr<IKorvaHvOffhostVss>& offhost) {
+GUID made_by(const GUID& operation, const win::com_ptr<IKorvaHvOffhostVss>& offhost) {
     GUID id{};
-    check("GetSnapshotIDByOperationID", offhost->GetSnapshotIDByOperationID(id_of(operation), &id));
+    check("GetSnapshotIDByOperationID", offhost->GetSnapshotIDByOperationID(operation, &id));
     show("GetSnapshotIDByOperationID", text::format("snapshot %1", id), {{"Snapshot", id}});
     return id;
 }
@@ -124,7 +124,7 @@ void run_snapshot(const options_t& options) {
     show_begun("BeginSnapshotCreationEx", operation);
     wait_for(operation, options);
 
-    const GUID id = made_by(operation, offhost);
+    const GUID id = made_by(id_of(operation), offhost);
     run_and_end(
         [&] {
             snapshot_ptr snapshot;
@@ -153,7 +153,7 @@ void run_import(const options_t& options) {
     show_begun("BeginSnapshotImportEx", operation);
     wait_for(operation, options);
 
-    const GUID id = made_by(operation, offhost);
+    const GUID id = made_by(id_of(operation), offhost);
     run_and_end(
         [&] {
             for (const std::wstring& machine : saved.machines()) {
@@ -165,4 +165,14 @@ void run_import(const options_t& options) {
             }
         },
         [&](bool) { close(offhost, id); });
+}
+
+void run_close(const options_t& options) {
+    GUID operation{};
+    if (FAILED(::IIDFromString((L"{" + options.argument(0) + L"}").c_str(), &operation)))
+        throw usage_error(text::format("'%1' is no operation's ID.", options.argument(0)));
+    const auto integrator = connect_integrator(options);
+    win::com_ptr<IKorvaHvOffhostVss> offhost;
+    check("OffhostVss", integrator->get_OffhostVss(offhost.put()));
+    close(offhost, made_by(operation, offhost));
 }
