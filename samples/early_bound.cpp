@@ -1,8 +1,8 @@
 // early_bound.exe [HOST PORT ACCOUNT]: a snapshot of a Hyper-V host, its machine "web" and the machine's files, by the
 // generated header. Nothing is registered: early_bound.exe.manifest names the DLL's assembly, which lies beside the program.
 //
-//   cl /EHsc /I ..\sdk early_bound.cpp ..\sdk\KorvaProxyClient_i.c ole32.lib oleaut32.lib
-//   x86_64-w64-mingw32-g++ -I../sdk early_bound.cpp ../sdk/KorvaProxyClient_i.c -static -municode -lole32 -loleaut32
+//   cl /EHsc /I ..\sdk early_bound.cpp ..\sdk\KorvaProxyClient_i.c ole32.lib oleaut32.lib uuid.lib
+//   x86_64-w64-mingw32-g++ -I../sdk early_bound.cpp ../sdk/KorvaProxyClient_i.c -static -municode -lole32 -loleaut32 -luuid
 #include <windows.h>
 
 #include <KorvaProxyClient.h>

@@ -1,8 +1,8 @@
 // late_bound.exe [HOST PORT ACCOUNT]: a command for the invoker service by names alone, as scripting languages call it. Needs
 // the DLL registered (regsvr32 KorvaProxyClient.dll), but neither header nor type library.
 //
-//   cl /EHsc late_bound.cpp ole32.lib oleaut32.lib
-//   x86_64-w64-mingw32-g++ late_bound.cpp -static -municode -lole32 -loleaut32
+//   cl /EHsc late_bound.cpp ole32.lib oleaut32.lib uuid.lib
+//   x86_64-w64-mingw32-g++ late_bound.cpp -static -municode -lole32 -loleaut32 -luuid
 #include <windows.h>
 
 #include <oleauto.h>

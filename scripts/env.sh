@@ -8,6 +8,23 @@ WINE=$(command -v wine64 || echo /usr/lib/wine/wine64)
 WINESERVER=$(ls /usr/lib/wine/wineserver64 /usr/lib/wine/wineserver 2>/dev/null | head -n 1 || true)
 session_owner=build/session.pid
 
+# Makes the Wine prefix, where there is none.
+make_prefix() {
+    [ -e "$WINEPREFIX/.complete" ] && return
+    echo "-- making the Wine prefix"
+    rm -rf "$WINEPREFIX"
+    mkdir -p "$WINEPREFIX/home"
+    # Without .NET and HTML engines nothing is offered for download, and with a home of its own nothing comes from the user's.
+    HOME="$WINEPREFIX/home" WINEDLLOVERRIDES="$WINEDLLOVERRIDES;mscoree,mshtml=d" "$WINE" wineboot -i >build/wineboot.log 2>&1 </dev/null || {
+        tail -n 20 build/wineboot.log >&2
+        exit 1
+    }
+    "$WINESERVER" -w
+    # Wine links the user's folders (Documents, ...) to places under the home: plain folders instead.
+    find "$WINEPREFIX/drive_c/users" -type l -exec sh -c 'for link; do rm "$link" && mkdir "$link"; done' sh {} +
+    touch "$WINEPREFIX/.complete"
+}
+
 # Keeps one wineserver for the whole script, and ends it and all that runs in the prefix when the script ends, also by Ctrl-C.
 wine_session() {
     local owner
@@ -34,8 +51,9 @@ end_wine_session() {
     rm -f "$session_owner"
 }
 
+# build [PRESET [TARGET...]]
 build() {
     local preset=${1:-release}
     [ -e "build/$preset/build.ninja" ] || cmake --preset "$preset" >/dev/null
-    cmake --build --preset "$preset"
+    cmake --build --preset "$preset" ${2:+--target "${@:2}"}
 }

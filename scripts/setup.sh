@@ -100,20 +100,7 @@ if [ ! -e build/deps/boost/.complete ]; then
     touch build/deps/boost/.complete
 fi
 
-if [ ! -e "$WINEPREFIX/.complete" ]; then
-    echo "-- making the Wine prefix"
-    rm -rf "$WINEPREFIX"
-    mkdir -p "$WINEPREFIX/home"
-    # Without .NET and HTML engines nothing is offered for download, and with a home of its own nothing comes from the user's.
-    HOME="$WINEPREFIX/home" WINEDLLOVERRIDES="$WINEDLLOVERRIDES;mscoree,mshtml=d" "$WINE" wineboot -i >build/wineboot.log 2>&1 </dev/null || {
-        tail -n 20 build/wineboot.log >&2
-        exit 1
-    }
-    "$WINESERVER" -w
-    # Wine links the user's folders (Documents, ...) to places under the home: plain folders instead.
-    find "$WINEPREFIX/drive_c/users" -type l -exec sh -c 'for link; do rm "$link" && mkdir "$link"; done' sh {} +
-    touch "$WINEPREFIX/.complete"
-fi
+make_prefix
 
 # The prefix as a host to deploy to: what deployer, demo and tests reach as \\localhost\ADMIN$ is the Windows folder.
 mkdir -p "$WINEPREFIX/dosdevices/unc/localhost"
