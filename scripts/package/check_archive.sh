@@ -2,7 +2,7 @@ echo "-- the ZIP alone, by a new user: sums, samples built from sdk/, a first ca
 unzip -q "$kit.zip" -d "$try"
 cd "$try/$name"
 sha256sum --quiet -c SHA256SUMS
-strings -el bin/KorvaProxyClient.dll | grep -x "$version.0" >/dev/null || failed "the DLL does not tell its version"
+x86_64-w64-mingw32-strings -el bin/KorvaProxyClient.dll | grep -x "$version.0" >/dev/null || failed "the DLL does not tell its version"
 for sample in early_bound late_bound; do
     x86_64-w64-mingw32-g++-posix -std=c++17 -Wall -Wextra -Isdk "samples/$sample.cpp" sdk/KorvaProxyClient_i.c -static -municode \
         -lole32 -loleaut32 -luuid -o "bin/$sample.exe"
