@@ -8,8 +8,9 @@ namespace com {
 
 STDMETHODIMP CCoKorvaHvOffhostVss::BeginSnapshotImport(BSTR backup_document, BSTR snapshot_ids, IKorvaHvAsyncOp** value) {
     return guarded(out(value), [&] {
-        create_internal<CCoHvAsyncOp>(impl().BeginSnapshotImport(win::bstr_text(backup_document), win::bstr_text(snapshot_ids)),
-                                      value);
+        create_within<CCoHvAsyncOp>(value, [&](const auto& hand_over) {
+            impl().BeginSnapshotImport(win::bstr_text(backup_document), win::bstr_text(snapshot_ids), hand_over);
+        });
     });
 }
 
@@ -30,10 +31,10 @@ STDMETHODIMP CCoKorvaHvOffhostVss::CloseSnapshot(GUID snapshot_id) {
 STDMETHODIMP CCoKorvaHvOffhostVss::BeginSnapshotImportEx(BSTR backup_document, BSTR snapshot_ids, BSTR job_name,
                                                          BSTR backup_console, IKorvaHvAsyncOp** value) {
     return guarded(out(value), [&] {
-        create_internal<CCoHvAsyncOp>(
+        create_within<CCoHvAsyncOp>(value, [&](const auto& hand_over) {
             impl().BeginSnapshotImportEx(win::bstr_text(backup_document), win::bstr_text(snapshot_ids),
-                                         win::bstr_text(job_name), win::bstr_text(backup_console)),
-            value);
+                                         win::bstr_text(job_name), win::bstr_text(backup_console), hand_over);
+        });
     });
 }
 

@@ -8,12 +8,17 @@
 namespace com {
 
 STDMETHODIMP CCoKorvaHvOnhostVss::BeginSnapshotCreation(BSTR specification, IKorvaHvAsyncOp** value) {
-    return guarded(out(value),
-                   [&] { create_internal<CCoHvAsyncOp>(impl().BeginSnapshotCreation(win::bstr_text(specification)), value); });
+    return guarded(out(value), [&] {
+        create_within<CCoHvAsyncOp>(
+            value, [&](const auto& hand_over) { impl().BeginSnapshotCreation(win::bstr_text(specification), hand_over); });
+    });
 }
 
 STDMETHODIMP CCoKorvaHvOnhostVss::GetSnapshotByOpID(GUID operation_id, IKorvaHvVssSnapshot** value) {
-    return guarded(out(value), [&] { create_internal<CCoHvVssSnapshot>(impl().GetSnapshotByOpID(operation_id), value); });
+    return guarded(out(value), [&] {
+        create_within<CCoHvVssSnapshot>(value,
+                                        [&](const auto& hand_over) { impl().GetSnapshotByOpID(operation_id, hand_over); });
+    });
 }
 
 STDMETHODIMP CCoKorvaHvOnhostVss::CloseSnapshot(GUID snapshot_id) {
@@ -23,9 +28,10 @@ STDMETHODIMP CCoKorvaHvOnhostVss::CloseSnapshot(GUID snapshot_id) {
 STDMETHODIMP CCoKorvaHvOnhostVss::BeginSnapshotCreationEx(BSTR specification, BSTR job_name, BSTR backup_console,
                                                           IKorvaHvAsyncOp** value) {
     return guarded(out(value), [&] {
-        create_internal<CCoHvAsyncOp>(impl().BeginSnapshotCreationEx(win::bstr_text(specification), win::bstr_text(job_name),
-                                                                     win::bstr_text(backup_console)),
-                                      value);
+        create_within<CCoHvAsyncOp>(value, [&](const auto& hand_over) {
+            impl().BeginSnapshotCreationEx(win::bstr_text(specification), win::bstr_text(job_name),
+                                           win::bstr_text(backup_console), hand_over);
+        });
     });
 }
 

@@ -43,23 +43,22 @@ std::wstring convert(win::rpc::CRpcClientBase& client, const GUID& snapshot_id, 
 
 }  // namespace
 
-std::shared_ptr<CKorvaHvAsyncOp> CKorvaHvOffhostVss::BeginSnapshotImport(const std::wstring& backup_document,
-                                                                         const std::wstring& snapshot_ids) {
-    return hv::run(importing, {client_->host()}, [&] {
+void CKorvaHvOffhostVss::BeginSnapshotImport(const std::wstring& backup_document, const std::wstring& snapshot_ids,
+                                             const hand_over_t<CKorvaHvAsyncOp>& hand_over) {
+    hv::run(importing, {client_->host()}, [&] {
         win::rpc::CHvBeginSnapshotImportMethod command(backup_document, snapshot_ids);
         client_->Call(command);
-        return std::make_shared<CKorvaHvAsyncOp>(task_name, client_, command.operation());
+        hand_over(std::make_shared<CKorvaHvAsyncOp>(task_name, client_, command.operation()));
     });
 }
 
-std::shared_ptr<CKorvaHvAsyncOp> CKorvaHvOffhostVss::BeginSnapshotImportEx(const std::wstring& backup_document,
-                                                                           const std::wstring& snapshot_ids,
-                                                                           const std::wstring& job_name,
-                                                                           const std::wstring& backup_console) {
-    return hv::run(importing_for_job, {client_->host(), job_name}, [&] {
+void CKorvaHvOffhostVss::BeginSnapshotImportEx(const std::wstring& backup_document, const std::wstring& snapshot_ids,
+                                               const std::wstring& job_name, const std::wstring& backup_console,
+                                               const hand_over_t<CKorvaHvAsyncOp>& hand_over) {
+    hv::run(importing_for_job, {client_->host(), job_name}, [&] {
         win::rpc::CHvBeginSnapshotImportExMethod command(backup_document, snapshot_ids, job_name, backup_console);
         client_->Call(command);
-        return std::make_shared<CKorvaHvAsyncOp>(task_name, client_, command.operation());
+        hand_over(std::make_shared<CKorvaHvAsyncOp>(task_name, client_, command.operation()));
     });
 }
 

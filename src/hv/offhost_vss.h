@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "hv/async_op.h"
+#include "hv/hand_over.h"
 #include "rpc/client.h"
 
 namespace impl {
@@ -20,10 +21,11 @@ public:
     explicit CKorvaHvOffhostVss(std::shared_ptr<win::rpc::CRpcClientBase> client) : client_(std::move(client)) {}
 
     // Both texts are the host's: the snapshot's backup document and its transportable snapshot information.
-    std::shared_ptr<CKorvaHvAsyncOp> BeginSnapshotImport(const std::wstring& backup_document, const std::wstring& snapshot_ids);
-    std::shared_ptr<CKorvaHvAsyncOp> BeginSnapshotImportEx(const std::wstring& backup_document,
-                                                           const std::wstring& snapshot_ids, const std::wstring& job_name,
-                                                           const std::wstring& backup_console);
+    void BeginSnapshotImport(const std::wstring& backup_document, const std::wstring& snapshot_ids,
+                             const hand_over_t<CKorvaHvAsyncOp>& hand_over);
+    void BeginSnapshotImportEx(const std::wstring& backup_document, const std::wstring& snapshot_ids,
+                               const std::wstring& job_name, const std::wstring& backup_console,
+                               const hand_over_t<CKorvaHvAsyncOp>& hand_over);
 
     // The imported snapshot of a finished operation.
     GUID GetSnapshotIDByOperationID(const GUID& operation_id);

@@ -29,34 +29,33 @@ constexpr hv::operation_t closing{
 
 }  // namespace
 
-std::shared_ptr<CKorvaHvAsyncOp> CKorvaHvOnhostVss::BeginSnapshotCreation(const std::wstring& specification) {
-    return hv::run(requesting, {client_->host(), specification}, [&] {
+void CKorvaHvOnhostVss::BeginSnapshotCreation(const std::wstring& specification,
+                                              const hand_over_t<CKorvaHvAsyncOp>& hand_over) {
+    hv::run(requesting, {client_->host(), specification}, [&] {
         win::rpc::CHvBeginSnapshotCreationMethod command(specification);
         client_->Call(command);
-        return std::make_shared<CKorvaHvAsyncOp>(task_name, client_, command.operation());
+        hand_over(std::make_shared<CKorvaHvAsyncOp>(task_name, client_, command.operation()));
     });
 }
 
-std::shared_ptr<CKorvaHvAsyncOp> CKorvaHvOnhostVss::BeginSnapshotCreationEx(const std::wstring& specification,
-                                                                            const std::wstring& job_name,
-                                                                            const std::wstring& backup_console) {
+void CKorvaHvOnhostVss::BeginSnapshotCreationEx(const std::wstring& specification, const std::wstring& job_name,
+                                                const std::wstring& backup_console,
+                                                const hand_over_t<CKorvaHvAsyncOp>& hand_over) {
     const std::wstring host = client_->host();
-    return hv::run(requesting_for_job, {host, specification, job_name}, [&] {
+    hv::run(requesting_for_job, {host, specification, job_name}, [&] {
         win::rpc::CHvBeginSnapshotCreationExMethod command(specification, job_name, backup_console);
         client_->Call(command);
-        auto operation = std::make_shared<CKorvaHvAsyncOp>(task_name, client_, command.operation());
+        hand_over(std::make_shared<CKorvaHvAsyncOp>(task_name, client_, command.operation()));
         logging::info("Snapshot task was successfully created. Host:'%1'. Task ID: '%2'.", host, command.operation());
-        return operation;
     });
 }
 
-std::shared_ptr<CKorvaHvVssSnapshot> CKorvaHvOnhostVss::GetSnapshotByOpID(const GUID& operation_id) {
-    return hv::run(matching, {operation_id, client_->host()}, [&] {
+void CKorvaHvOnhostVss::GetSnapshotByOpID(const GUID& operation_id, const hand_over_t<CKorvaHvVssSnapshot>& hand_over) {
+    hv::run(matching, {operation_id, client_->host()}, [&] {
         win::rpc::CHvGetSnapshotIDByOperationIDMethod command(operation_id);
         client_->Call(command);
-        auto snapshot = std::make_shared<CKorvaHvVssSnapshot>(client_, command.snapshot());
+        hand_over(std::make_shared<CKorvaHvVssSnapshot>(client_, command.snapshot()));
         logging::info("Matched snapshot ID: '%1'.", command.snapshot());
-        return snapshot;
     });
 }
 

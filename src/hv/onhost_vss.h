@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "hv/async_op.h"
+#include "hv/hand_over.h"
 #include "hv/vss_snapshot.h"
 #include "rpc/client.h"
 
@@ -19,12 +20,12 @@ public:
     explicit CKorvaHvOnhostVss(std::shared_ptr<win::rpc::CRpcClientBase> client) : client_(std::move(client)) {}
 
     // The specification is XML between the console and the host.
-    std::shared_ptr<CKorvaHvAsyncOp> BeginSnapshotCreation(const std::wstring& specification);
-    std::shared_ptr<CKorvaHvAsyncOp> BeginSnapshotCreationEx(const std::wstring& specification, const std::wstring& job_name,
-                                                             const std::wstring& backup_console);
+    void BeginSnapshotCreation(const std::wstring& specification, const hand_over_t<CKorvaHvAsyncOp>& hand_over);
+    void BeginSnapshotCreationEx(const std::wstring& specification, const std::wstring& job_name,
+                                 const std::wstring& backup_console, const hand_over_t<CKorvaHvAsyncOp>& hand_over);
 
     // The snapshot that a finished operation has made.
-    std::shared_ptr<CKorvaHvVssSnapshot> GetSnapshotByOpID(const GUID& operation_id);
+    void GetSnapshotByOpID(const GUID& operation_id, const hand_over_t<CKorvaHvVssSnapshot>& hand_over);
     void CloseSnapshot(const GUID& snapshot_id);
 
 private:
