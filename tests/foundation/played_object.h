@@ -29,6 +29,7 @@ public:
 
     answer_t& operator[](int slot) { return answers_[slot]; }
     HRESULT query_result = S_OK;
+    bool query_gives_nothing = false;
 
     template <class Interface>
     Interface* as() {
@@ -52,7 +53,7 @@ private:
     }
     static HRESULT WINAPI query(played_object* self, REFIID, void** object) {
         *object = nullptr;
-        if (FAILED(self->query_result))
+        if (FAILED(self->query_result) || self->query_gives_nothing)
             return self->query_result;
         ++self->references_;
         *object = self;

@@ -40,6 +40,10 @@ struct played_dom {
         };
     }
 
+    static HRESULT nothing(void* out, void*, void*) {
+        *static_cast<void**>(out) = nullptr;
+        return S_OK;
+    }
     static HRESULT hand_out(HRESULT result, played_object& object, void* out) {
         *static_cast<void**>(out) = result == S_OK ? &object : nullptr;
         if (result == S_OK)
@@ -69,6 +73,18 @@ const failure_t failures[] = {
      [](played_dom& dom) { dom.next = S_FALSE; },
      {" Error code: 0x00000001", "Failed to retrieve collection item by its index (0)."},
      {" Error code: 0x00000001", "Failed to retrieve collection item by its index (0)."}},
+    {"success without a list",
+     [](played_dom& dom) { dom.node[child_nodes] = played_dom::nothing; },
+     {" Error code: 0x00000000", "Failed to open nodes collection."},
+     {" Error code: 0x00000000", "Failed to open collection of the child nodes."}},
+    {"success without a child",
+     [](played_dom& dom) { dom.list[list_next] = played_dom::nothing; },
+     {" Error code: 0x00000000", "Failed to retrieve collection item by its index (0)."},
+     {" Error code: 0x00000000", "Failed to retrieve collection item by its index (0)."}},
+    {"success without an element",
+     [](played_dom& dom) { dom.child.query_gives_nothing = true; },
+     {" Error code: 0x00000000", "Failed to convert XMLDOMNode to XMLDOMElement."},
+     {" Error code: 0x00000000", "XML node does not support IXMLDOMElement interface."}},
     {"no name",
      [](played_dom& dom) { dom.name = E_OUTOFMEMORY; },
      {},
@@ -129,11 +145,25 @@ TEST_F(XmlFailures, AreNamedWithTheirIndexAndANullNameMatchesTheEmptyTag) {
         EXPECT_EQ(error.lines().back(), "Failed to retrieve collection item by its index (2).");
     }
     EXPECT_EQ(found.size(), 2u);
+
+    steps = 1;  // so that the second child fails, at which a search for one does not look
+    EXPECT_TRUE(xml::get_child_by_tag(pointer_to<IXMLDOMNode>(dom.node), L""));
+    EXPECT_EQ(steps, 2);
 }
 
 TEST_F(XmlFailures, OfAnAttributeAreAnyResultButZeroAndAnyTypeButText) {
     played_object played;
     const auto element = pointer_to<IXMLDOMElement>(played);
+    for (const auto& [result, line] :
+         {std::pair(S_FALSE, " Error code: 0x00000001"), std::pair(E_FAIL, " Error code: 0x80004005")}) {
+        played[element_attribute] = [&](auto...) { return result; };
+        try {
+            xml::get_attribute(element, L"Size");
+            FAIL() << line;
+        } catch (const exc::com_exc_t& error) {
+            EXPECT_EQ(error.lines(), (lines_t{line, "Failed to get value of the attribute 'Size'."}));
+        }
+    }
     played[element_attribute] = [](void*, void* value, auto...) {
         static_cast<VARIANT*>(value)->vt = VT_I4;
         return S_OK;

@@ -11,9 +11,11 @@ namespace {
 
 using node_list_ptr = win::com_ptr<IXMLDOMNodeList>;
 
+// Success without an object is a failure everywhere below: nothing could be done with it.
+
 node_list_ptr open_children(const xml_node_ptr& node, const char* failure) {
     node_list_ptr children;
-    if (const HRESULT result = node->get_childNodes(children.put()); result != S_OK)
+    if (const HRESULT result = node->get_childNodes(children.put()); result != S_OK || !children)
         throw exc::com_exc_t(result, failure);
     return children;
 }
@@ -29,7 +31,7 @@ long count_of(const node_list_ptr& children, const char* failure) {
 // 100,000 children take seconds.
 xml_node_ptr next_child(const node_list_ptr& children, long index) {
     xml_node_ptr child;
-    if (const HRESULT result = children->nextNode(child.put()); result != S_OK)
+    if (const HRESULT result = children->nextNode(child.put()); result != S_OK || !child)
         throw exc::com_exc_t(result, text::format("Failed to retrieve collection item by its index (%1).", index));
     return child;
 }
@@ -54,7 +56,8 @@ void get_child_elements(const xml_node_ptr& node, std::vector<xml_element_ptr>& 
         const long count = count_of(children, "Failed to define number of the nodes in the collection.");
         for (long index = 0; index < count; ++index) {
             xml_element_ptr element;
-            if (const HRESULT result = next_child(children, index).query(element, IID_IXMLDOMElement); result != S_OK)
+            const xml_node_ptr child = next_child(children, index);
+            if (const HRESULT result = child.query(element, IID_IXMLDOMElement); result != S_OK || !element)
                 throw exc::com_exc_t(result, "Failed to convert XMLDOMNode to XMLDOMElement.");
             elements.push_back(std::move(element));
         }
@@ -75,7 +78,7 @@ void find_children_by_tag(const xml_node_ptr& node, std::wstring_view tag, std::
             if (!is_named(child, wanted))
                 continue;
             xml_element_ptr element;
-            if (const HRESULT result = child.query(element, IID_IXMLDOMElement); FAILED(result))
+            if (const HRESULT result = child.query(element, IID_IXMLDOMElement); FAILED(result) || !element)
                 throw exc::com_exc_t(result, "XML node does not support IXMLDOMElement interface.");
             elements.push_back(std::move(element));
         }

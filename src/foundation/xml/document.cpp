@@ -10,7 +10,7 @@ xml_document_ptr create_document() {
     xml_document_ptr document;
     const HRESULT result = ::CoCreateInstance(CLSID_DOMDocument, nullptr, CLSCTX_ALL, IID_IXMLDOMDocument,
                                               reinterpret_cast<void**>(document.put()));
-    if (result != S_OK)
+    if (result != S_OK || !document)
         throw exc::com_exc_t(result, "Failed to create instance of DOMDocument");
     return document;
 }
@@ -29,14 +29,14 @@ xml_document_ptr load_document(std::wstring_view text, bool validate) {
 
 xml_node_ptr document_to_node(const xml_document_ptr& document) {
     xml_node_ptr node;
-    if (const HRESULT result = document.query(node, IID_IXMLDOMNode); FAILED(result))
+    if (const HRESULT result = document.query(node, IID_IXMLDOMNode); FAILED(result) || !node)
         throw exc::com_exc_t(result, "Failed to convert IXMLDOMDocument to IXMLDOMNode");
     return node;
 }
 
 xml_node_ptr element_to_node(const xml_element_ptr& element) {
     xml_node_ptr node;
-    if (const HRESULT result = element.query(node, IID_IXMLDOMNode); FAILED(result))
+    if (const HRESULT result = element.query(node, IID_IXMLDOMNode); FAILED(result) || !node)
         throw exc::com_exc_t(result, "The given DOM element does not support IXMLDOMNode interface.");
     return node;
 }
