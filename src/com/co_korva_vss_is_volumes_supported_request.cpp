@@ -14,7 +14,7 @@ STDMETHODIMP CCoKorvaVssIsVolumesSupportedRequest::get_Count(ULONG* pVal) {
 
 STDMETHODIMP CCoKorvaVssIsVolumesSupportedRequest::Get(ULONG Index, BSTR* VolumeOrFileName, GUID* ProviderID) {
     return guarded(out(VolumeOrFileName, ProviderID), [&] {
-        const auto& pair = impl().Get(Index);
+        const auto pair = impl().Get(Index);
         *VolumeOrFileName = to_bstr(pair.name);
         *ProviderID = pair.provider_id;
     });

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "hv/shared_record.h"
 #include "rpc/values.h"
 
 namespace impl {
@@ -14,15 +15,15 @@ class CKorvaChangeIndex {
 public:
     explicit CKorvaChangeIndex(const win::rpc::change_index_t& value);
 
-    const GUID& GenerationID() const noexcept { return value_.generation_id; }
-    void SetGenerationID(const GUID& generation_id) noexcept { value_.generation_id = generation_id; }
-    std::uint16_t CurrentIndex() const noexcept { return value_.current_index; }
-    void SetCurrentIndex(std::uint16_t current_index) noexcept { value_.current_index = current_index; }
+    GUID GenerationID() const { return value().generation_id; }
+    void SetGenerationID(const GUID& generation_id) { value_.set(&win::rpc::change_index_t::generation_id, generation_id); }
+    std::uint16_t CurrentIndex() const { return value().current_index; }
+    void SetCurrentIndex(std::uint16_t current_index) { value_.set(&win::rpc::change_index_t::current_index, current_index); }
 
-    const win::rpc::change_index_t& value() const noexcept { return value_; }
+    win::rpc::change_index_t value() const { return value_.value(); }
 
 private:
-    win::rpc::change_index_t value_;
+    hv::shared_record_t<win::rpc::change_index_t> value_;
 };
 
 }  // namespace impl

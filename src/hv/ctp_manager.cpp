@@ -13,6 +13,7 @@ CKorvaHvCtpMngr::~CKorvaHvCtpMngr() { logging::info("HCM: Destroy instance"); }
 
 void CKorvaHvCtpMngr::Init() {
     logging::info("HCM: Init");
+    const std::lock_guard guard(init_lock_);
     if (initialised_)
         return;
     win::rpc::CHvCtpInitMethod command;

@@ -2,9 +2,9 @@
 
 #include <windows.h>
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -12,6 +12,7 @@
 #include "hv/change_index.h"
 #include "hv/file_cache.h"
 #include "hv/file_standard_info.h"
+#include "hv/lock.h"
 #include "rpc/client.h"
 
 namespace impl {
@@ -26,7 +27,7 @@ public:
     CKorvaHvCtpMngr(const CKorvaHvCtpMngr&) = delete;
     CKorvaHvCtpMngr& operator=(const CKorvaHvCtpMngr&) = delete;
 
-    // Sends its command until one has succeeded, then nothing any more.
+    // Sends its command until one has succeeded, then nothing any more. A second thread waits for the first one's.
     void Init();
     win::rpc::driver_version_t GetVersion();
     std::wstring BasePath();
@@ -49,7 +50,8 @@ private:
     std::shared_ptr<CKorvaFileStandardInfo> StandardInfo(std::string_view title, std::uint32_t file_id, bool flush);
 
     const std::shared_ptr<win::rpc::CRpcClientBase> client_;
-    std::atomic<bool> initialised_ = false;
+    hv::lock_t init_lock_;
+    bool initialised_ = false;
 };
 
 }  // namespace impl

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "hv/shared_record.h"
 #include "rpc/values.h"
 
 namespace impl {
@@ -12,15 +13,15 @@ class CKorvaFileCache {
 public:
     explicit CKorvaFileCache(const win::rpc::file_cache_t& value);
 
-    std::uint64_t MaxFlatSize() const noexcept { return value_.max_flat_size; }
-    void SetMaxFlatSize(std::uint64_t size) noexcept { value_.max_flat_size = size; }
-    std::uint64_t MaxIndirectSize() const noexcept { return value_.max_indirect_size; }
-    void SetMaxIndirectSize(std::uint64_t size) noexcept { value_.max_indirect_size = size; }
+    std::uint64_t MaxFlatSize() const { return value().max_flat_size; }
+    void SetMaxFlatSize(std::uint64_t size) { value_.set(&win::rpc::file_cache_t::max_flat_size, size); }
+    std::uint64_t MaxIndirectSize() const { return value().max_indirect_size; }
+    void SetMaxIndirectSize(std::uint64_t size) { value_.set(&win::rpc::file_cache_t::max_indirect_size, size); }
 
-    const win::rpc::file_cache_t& value() const noexcept { return value_; }
+    win::rpc::file_cache_t value() const { return value_.value(); }
 
 private:
-    win::rpc::file_cache_t value_;
+    hv::shared_record_t<win::rpc::file_cache_t> value_;
 };
 
 }  // namespace impl
