@@ -60,7 +60,8 @@ std::string to_code_page(std::wstring_view wide) {
     std::string bytes(static_cast<std::size_t>(needed > 0 ? needed : 0), '\0');
     if (needed > 0)
         ::WideCharToMultiByte(CP_ACP, flags, wide.data(), length, bytes.data(), needed, nullptr, used_default);
-    if (needed <= 0 || lost) {
+    // Whoever takes such text measures it up to the first zero character.
+    if (needed <= 0 || lost || wide.find(L'\0') != std::wstring_view::npos) {
         ::SecureZeroMemory(bytes.data(), bytes.size());  // the text may be a password
         throw exc::win_sys_exc_t("Failed to convert text to the code page of the process.", ERROR_NO_UNICODE_TRANSLATION);
     }

@@ -16,7 +16,7 @@ std::string narrow(std::wstring_view wide);
 // UTF-8 to UTF-16. Throws exc::win_sys_exc_t (ERROR_NO_UNICODE_TRANSLATION, 1113) where the text is not UTF-8.
 std::wstring widen(std::string_view utf8);
 
-// UTF-8 to the process's code page. Text that the code page cannot hold throws exc::win_sys_exc_t (1113), never "?".
+// UTF-8 to the process's code page. What it cannot hold, or a zero character, throws exc::win_sys_exc_t (1113), never "?".
 std::string to_code_page(std::string_view utf8);
 
 // UTF-16 to the process's code page, as strict as to_code_page.

@@ -125,7 +125,14 @@ const T* in_array(std::span<const T> values) noexcept {
     return values.empty() ? &nothing : values.data();
 }
 
-// The stubs' records have no const strings; nothing writes to an input.
-inline wchar_t* in_record(const std::wstring& text) noexcept { return const_cast<wchar_t*>(text.c_str()); }
+// A text as the stubs take it. They measure it themselves, so one with a zero character inside would arrive cut short and
+// name something else: it throws exc::win_sys_exc_t with E_INVALIDARG (0x80070057) and nothing is sent. Without const, for the
+// stubs' records; nothing writes to an input.
+inline wchar_t* in_text(const std::wstring& text) {
+    if (text.find(L'\0') != std::wstring::npos)
+        throw exc::win_sys_exc_t("A text that holds a zero character cannot be sent.",
+                                 static_cast<std::uint32_t>(E_INVALIDARG));
+    return const_cast<wchar_t*>(text.c_str());
+}
 
 }  // namespace win::rpc

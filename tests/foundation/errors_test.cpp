@@ -93,6 +93,7 @@ TEST(Convert, KeepsEveryLanguageAndRefusesWhatCannotBeKept) {
     EXPECT_EQ(text::narrow(L"a\xD800z"), "a\xEF\xBF\xBDz") << "a lone surrogate";
     EXPECT_THROW(text::widen("\xC3("), exc::win_sys_exc_t);
     EXPECT_EQ(text::to_code_page("plain"), "plain");
+    EXPECT_THROW(text::to_code_page(std::wstring_view(L"a\0b", 3)), exc::win_sys_exc_t) << "would be cut short";
     if (::GetACP() != CP_UTF8) {
         EXPECT_THROW(text::to_code_page(std::wstring_view(L"\u78c1")), exc::win_sys_exc_t) << "never a question mark";
     }

@@ -14,7 +14,7 @@ rpc_call_result_t CSureUploadFolderExistsMethod::DoCall(binding_t binding) {
 }
 
 rpc_call_result_t CFcCreateFileMethod::DoCall(binding_t binding) {
-    return remote_call(::FcCreateFile, binding, path_.c_str(), desired_access_, share_mode_, creation_disposition_,
+    return remote_call(::FcCreateFile, binding, in_text(path_), desired_access_, share_mode_, creation_disposition_,
                        flags_and_attributes_, out(file_));
 }
 
@@ -29,7 +29,7 @@ rpc_call_result_t CGetSvcDllVersionMethod::DoCall(binding_t binding) {
 }
 
 rpc_call_result_t CUpgradeSvcDllMethod::DoCall(binding_t binding) {
-    return remote_call(::UpgradeSvcDll, binding, path_.c_str());
+    return remote_call(::UpgradeSvcDll, binding, in_text(path_));
 }
 
 }  // namespace win::rpc

@@ -20,11 +20,11 @@ std::vector<cluster_volume_t> CHvClsEnumClusterVolumesMethod::volumes() const {
 }
 
 rpc_call_result_t CHvClsGetResourceIdByNameMethod::DoCall(binding_t binding) {
-    return remote_call(::HvClsGetResourceIdByName, binding, name_.c_str(), out(id_));
+    return remote_call(::HvClsGetResourceIdByName, binding, in_text(name_), out(id_));
 }
 
 rpc_call_result_t CHvClsRefreshVmConfigMethod::DoCall(binding_t binding) {
-    return remote_call(::HvClsRefreshVmConfig, binding, name_.c_str());
+    return remote_call(::HvClsRefreshVmConfig, binding, in_text(name_));
 }
 
 }  // namespace win::rpc

@@ -10,15 +10,15 @@ rpc_call_result_t CHvCreateRestoreSessionMethod::DoCall(binding_t binding) {
 }
 
 rpc_call_result_t CHvImportConfig::DoCall(binding_t binding) {
-    return remote_call(::HvImportConfig, binding, &session_, backup_document_.c_str(), writer_document_.c_str());
+    return remote_call(::HvImportConfig, binding, &session_, in_text(backup_document_), in_text(writer_document_));
 }
 
 rpc_call_result_t CHvPreRestoreMethod::DoCall(binding_t binding) {
-    return remote_call(::HvPreRestore, binding, &session_, vm_.c_str(), files_xml_.c_str(), new_path_.c_str());
+    return remote_call(::HvPreRestore, binding, &session_, in_text(vm_), in_text(files_xml_), in_text(new_path_));
 }
 
 rpc_call_result_t CHvPreRestoreExMethod::DoCall(binding_t binding) {
-    return remote_call(::HvPreRestoreEx, binding, &session_, specification_.c_str());
+    return remote_call(::HvPreRestoreEx, binding, &session_, in_text(specification_));
 }
 
 rpc_call_result_t CHvGetRestorePathsMethod::DoCall(binding_t binding) {

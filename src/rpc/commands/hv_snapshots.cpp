@@ -26,19 +26,19 @@ snapshot_info_t CHvGetSnapshotInfoMethod::info() const {
 }
 
 rpc_call_result_t CHvGetVMFilesListMethod::DoCall(binding_t binding) {
-    return remote_call(::HvGetVMFilesList, binding, &snapshot_, vm_.c_str(), out(files_xml_));
+    return remote_call(::HvGetVMFilesList, binding, &snapshot_, in_text(vm_), out(files_xml_));
 }
 
 rpc_call_result_t CHvSetVmBackupStatusMethod::DoCall(binding_t binding) {
-    return remote_call(::HvSetVmBackupStatus, binding, &snapshot_, vm_.c_str(), ok_ ? 1 : 0);
+    return remote_call(::HvSetVmBackupStatus, binding, &snapshot_, in_text(vm_), ok_ ? 1 : 0);
 }
 
 rpc_call_result_t CHvBeginSnapshotCreationMethod::DoCall(binding_t binding) {
-    return remote_call(::HvBeginSnapshotCreation, binding, specification_.c_str(), out(operation_));
+    return remote_call(::HvBeginSnapshotCreation, binding, in_text(specification_), out(operation_));
 }
 
 rpc_call_result_t CHvBeginSnapshotCreationExMethod::DoCall(binding_t binding) {
-    return remote_call(::HvBeginSnapshotCreationEx, binding, specification_.c_str(), job_.c_str(), console_.c_str(),
+    return remote_call(::HvBeginSnapshotCreationEx, binding, in_text(specification_), in_text(job_), in_text(console_),
                        out(operation_));
 }
 
@@ -51,17 +51,17 @@ rpc_call_result_t CHvCloseSnapshotMethod::DoCall(binding_t binding) {
 }
 
 rpc_call_result_t CHvBeginSnapshotImportMethod::DoCall(binding_t binding) {
-    const hv_import_request_t request{in_record(backup_document_), in_record(snapshot_ids_)};
+    const hv_import_request_t request{in_text(backup_document_), in_text(snapshot_ids_)};
     return remote_call(::HvBeginSnapshotImport, binding, &request, out(operation_));
 }
 
 rpc_call_result_t CHvBeginSnapshotImportExMethod::DoCall(binding_t binding) {
-    const hv_import_request_t request{in_record(backup_document_), in_record(snapshot_ids_)};
-    return remote_call(::HvBeginSnapshotImportEx, binding, &request, job_.c_str(), console_.c_str(), out(operation_));
+    const hv_import_request_t request{in_text(backup_document_), in_text(snapshot_ids_)};
+    return remote_call(::HvBeginSnapshotImportEx, binding, &request, in_text(job_), in_text(console_), out(operation_));
 }
 
 rpc_call_result_t CHvConvertOffhostPathsMethod::DoCall(binding_t binding) {
-    return remote_call(::HvConvertOffhostPaths, binding, &snapshot_, paths_xml_.c_str(), out(files_xml_));
+    return remote_call(::HvConvertOffhostPaths, binding, &snapshot_, in_text(paths_xml_), out(files_xml_));
 }
 
 rpc_call_result_t CHvReleaseOperationIDMethod::DoCall(binding_t binding) {

@@ -21,11 +21,11 @@ rpc_call_result_t CHvCtpGetCTStorePathMethod::DoCall(binding_t binding) {
 }
 
 rpc_call_result_t CHvCtpSetCTStorePathMethod::DoCall(binding_t binding) {
-    return remote_call(::HvCtpSetCTStorePath, binding, path_.c_str());
+    return remote_call(::HvCtpSetCTStorePath, binding, in_text(path_));
 }
 
 rpc_call_result_t CHvCtpAddFileMethod::DoCall(binding_t binding) {
-    const hv_add_file_request_t request{in_record(name_), block_size_, options_};
+    const hv_add_file_request_t request{in_text(name_), block_size_, options_};
     return remote_call(::HvCtpAddFile, binding, &request, out(added_));
 }
 
@@ -35,7 +35,7 @@ add_file_result_t CHvCtpAddFileMethod::added() const {
 }
 
 rpc_call_result_t CHvCtpGetFileIDMethod::DoCall(binding_t binding) {
-    return remote_call(::HvCtpGetFileID, binding, name_.c_str(), out(file_id_));
+    return remote_call(::HvCtpGetFileID, binding, in_text(name_), out(file_id_));
 }
 
 rpc_call_result_t CHvCtpRemoveFileMethod::DoCall(binding_t binding) {

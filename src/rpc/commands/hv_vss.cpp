@@ -22,7 +22,7 @@ std::vector<vss_provider_t> CHvVssEnumProvidersMethod::providers() const {
 rpc_call_result_t CHvVssIsVolumesSupportedMethod::DoCall(binding_t binding) {
     std::vector<hv_volume_t> volumes;
     for (const volume_request_t& volume : volumes_)
-        volumes.push_back({in_record(volume.name), volume.provider_id});
+        volumes.push_back({in_text(volume.name), volume.provider_id});
     return remote_call(::HvVssIsVolumesSupported, binding, static_cast<ULONG>(volumes.size()),
                        in_array(std::span<const hv_volume_t>(volumes)), out(answer_xml_));
 }

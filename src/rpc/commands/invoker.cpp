@@ -6,11 +6,11 @@
 namespace win::rpc {
 
 rpc_call_result_t CDoRpcMethod::DoCall(binding_t binding) {
-    return remote_call(::DoRpc, binding, command_.c_str(), input_xml_.c_str(), out(output_xml_));
+    return remote_call(::DoRpc, binding, in_text(command_), in_text(input_xml_), out(output_xml_));
 }
 
 rpc_call_result_t CDoRpcWithBinaryMethod::DoCall(binding_t binding) {
-    return remote_call(::DoRpcWithBinary, binding, command_.c_str(), input_xml_.c_str(), static_cast<ULONG>(data_.size()),
+    return remote_call(::DoRpcWithBinary, binding, in_text(command_), in_text(input_xml_), static_cast<ULONG>(data_.size()),
                        in_array(data_), out(output_xml_), out(output_size_), out(output_data_));
 }
 
@@ -20,7 +20,7 @@ std::span<const unsigned char> CDoRpcWithBinaryMethod::output_data() const {
 }
 
 rpc_call_result_t CInvokerTestConnectionMethod::DoCall(binding_t binding) {
-    return remote_call(::InvokerTestConnection, binding, version_.c_str());
+    return remote_call(::InvokerTestConnection, binding, in_text(version_));
 }
 
 }  // namespace win::rpc
