@@ -2,9 +2,9 @@
 
 #include <mutex>
 
+#include "com/check.h"
 #include "com/module.h"
 #include "foundation/automation.h"
-#include "foundation/errors.h"
 
 namespace com::type_library {
 namespace {
@@ -12,11 +12,6 @@ namespace {
 std::mutex mutex;
 // Never destroyed by itself: as the process ends, the library that implements it may be gone already.
 ITypeLib* loaded = nullptr;
-
-void check(HRESULT result, const char* message) {
-    if (FAILED(result))
-        throw exc::win_sys_exc_t(message, static_cast<std::uint32_t>(result));
-}
 
 struct attributes_t {
     explicit attributes_t(ITypeLib* of) : library(of) { check(of->GetLibAttr(&value), "Failed to read the type library."); }

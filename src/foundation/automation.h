@@ -35,9 +35,7 @@ inline std::wstring_view bstr_view(BSTR text) noexcept {
     return text ? std::wstring_view(text, ::SysStringLen(text)) : std::wstring_view();
 }
 
-inline std::wstring bstr_text(BSTR text) {
-    return std::wstring(bstr_view(text));
-}
+inline std::wstring bstr_text(BSTR text) { return std::wstring(bstr_view(text)); }
 
 class unique_variant {
 public:
