@@ -70,6 +70,15 @@ TEST(Accounts, AFailedLogonNamesTheUserAndKeepsTheCodeButNeverThePassword) {
     }
 }
 
+TEST(Accounts, ALogonThatFailsWithoutACodeFailsAllTheSame) {
+    win::account_functions_t functions;
+    functions.logon_user = [](auto...) -> BOOL {
+        ::SetLastError(ERROR_SUCCESS);
+        return FALSE;
+    };
+    EXPECT_THROW(win::logon(L"admin", L"", functions), exc::win_sys_exc_t);
+}
+
 TEST(Secrets, ClearTheStringTheyCameIn) {
     std::wstring given = L"short";
     const win::secret_t secret(std::move(given));
