@@ -18,11 +18,13 @@ struct pointers_t {
     bool given;
 };
 
-// Output pointers: all must be given; those that are begin empty, so that a failing method returns none of them.
+// Output pointers: all must be given; then they begin empty, so that a failing method returns none of them.
 template <class... T>
 pointers_t out(T*... pointers) noexcept {
-    ((pointers ? void(*pointers = T{}) : void()), ...);
-    return {(... && (pointers != nullptr))};
+    const bool given = (... && (pointers != nullptr));
+    if (given)
+        ((*pointers = T{}), ...);
+    return {given};
 }
 
 // Input pointers (interfaces, texts) whose absence gives E_POINTER.
