@@ -1,6 +1,7 @@
 // The integration service: connection test, asynchronous operations, on-host and off-host snapshots.
 #include "stubs/hv_integration.h"
 
+#include "foundation/errors.h"
 #include "lab/host_model.h"
 #include "lab/serve.h"
 #include "lab/snapshot_documents.h"
@@ -91,7 +92,8 @@ void s_HvConvertOffhostPaths(handle_t, const GUID* snapshot, const wchar_t* path
 }
 
 void s_HvReleaseOperationID(handle_t, const GUID* operation, rpc_call_result_t* result) {
-    lab::decline(result, "HvReleaseOperationID", {{"operation", *operation}});
+    lab::serve(result, "HvReleaseOperationID", {{"operation", *operation}},
+               [] { throw exc::runtime_exc_t("not available in this lab"); });
 }
 
 void s_HvBeginSnapshotCreationEx(handle_t, const wchar_t* specification, const wchar_t* job, const wchar_t* console,

@@ -54,10 +54,6 @@ void serve(rpc_call_result_t* result, const char* procedure, std::initializer_li
 
 void set_reply_pause(std::optional<unsigned> ms) { reply_pause_ms = ms.value_or(default_reply_pause()); }
 
-void decline(rpc_call_result_t* result, const char* procedure, std::initializer_list<value_t> values) noexcept {
-    serve(result, procedure, values, [] { throw exc::runtime_exc_t("not available in this lab"); });
-}
-
 void* allocate_zeroed(std::size_t size) {
     void* const block = MIDL_user_allocate(size);
     if (!block)

@@ -30,9 +30,6 @@ namespace lab {
 void serve(rpc_call_result_t* result, const char* procedure, std::initializer_list<value_t> values,
            const std::function<void()>& step) noexcept;
 
-// A procedure that this lab does not play yet.
-void decline(rpc_call_result_t* result, const char* procedure, std::initializer_list<value_t> values) noexcept;
-
 // The pause before each reply, in milliseconds; none is the default: 5 under Wine, whose server half can hang without one
 // (serve.cpp says how), else 0.
 void set_reply_pause(std::optional<unsigned> ms);
