@@ -27,7 +27,7 @@ STDMETHODIMP CCoProxyRpcInvoker::DoRpcWithBinary(BSTR cmdName, BSTR inXml, SAFEA
     return guarded(out(outXml, outData), [&] {
         const safe_array_bytes input(inData);
         const auto answer = impl().DoRpcWithBinary(bstr_view(cmdName), bstr_view(inXml), input.bytes());
-        unique_safe_array data = to_safe_array(answer->output_data());
+        win::unique_safe_array data = to_safe_array(answer->output_data());
         *outXml = to_bstr(answer->output_xml());
         *outData = data.release();
     });

@@ -8,8 +8,8 @@
 namespace com {
 namespace {
 
-unique_safe_array create_array(VARTYPE type, std::size_t count) {
-    unique_safe_array array;
+win::unique_safe_array create_array(VARTYPE type, std::size_t count) {
+    win::unique_safe_array array;
     if (count <= std::numeric_limits<ULONG>::max())
         array.reset(::SafeArrayCreateVector(type, 0, static_cast<ULONG>(count)));
     if (!array)
@@ -20,14 +20,14 @@ unique_safe_array create_array(VARTYPE type, std::size_t count) {
 }  // namespace
 
 // Nobody else has the new arrays, so their elements are reached without a lock.
-unique_safe_array to_safe_array(std::span<const unsigned char> bytes) {
-    unique_safe_array array = create_array(VT_UI1, bytes.size());
+win::unique_safe_array to_safe_array(std::span<const unsigned char> bytes) {
+    win::unique_safe_array array = create_array(VT_UI1, bytes.size());
     std::ranges::copy(bytes, static_cast<unsigned char*>(array.get()->pvData));
     return array;
 }
 
-unique_safe_array to_safe_array(std::span<const std::wstring> texts) {
-    unique_safe_array array = create_array(VT_BSTR, texts.size());
+win::unique_safe_array to_safe_array(std::span<const std::wstring> texts) {
+    win::unique_safe_array array = create_array(VT_BSTR, texts.size());
     std::ranges::transform(texts, static_cast<BSTR*>(array.get()->pvData), to_bstr);
     return array;
 }

@@ -25,15 +25,8 @@ inline BSTR to_bstr(std::wstring_view text) { return win::make_bstr(text.data() 
 
 inline VARIANT_BOOL to_variant_bool(bool value) noexcept { return value ? VARIANT_TRUE : VARIANT_FALSE; }
 
-struct safe_array_traits {
-    using handle = SAFEARRAY*;
-    static handle invalid() noexcept { return nullptr; }
-    static void close(handle h) noexcept { ::SafeArrayDestroy(h); }
-};
-using unique_safe_array = win::unique_resource<safe_array_traits>;
-
-unique_safe_array to_safe_array(std::span<const unsigned char> bytes);
-unique_safe_array to_safe_array(std::span<const std::wstring> texts);
+win::unique_safe_array to_safe_array(std::span<const unsigned char> bytes);
+win::unique_safe_array to_safe_array(std::span<const std::wstring> texts);
 
 // The bytes of a caller's array, which stays locked while this lives. A null array is empty; what is no one-dimensional array
 // of unsigned char throws exc::win_sys_exc_t with DISP_E_TYPEMISMATCH.

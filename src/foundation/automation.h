@@ -37,6 +37,13 @@ inline std::wstring_view bstr_view(BSTR text) noexcept {
 
 inline std::wstring bstr_text(BSTR text) { return std::wstring(bstr_view(text)); }
 
+struct safe_array_traits {
+    using handle = SAFEARRAY*;
+    static handle invalid() noexcept { return nullptr; }
+    static void close(handle h) noexcept { ::SafeArrayDestroy(h); }
+};
+using unique_safe_array = unique_resource<safe_array_traits>;
+
 class unique_variant {
 public:
     unique_variant() noexcept { ::VariantInit(&value_); }

@@ -10,11 +10,11 @@ namespace {
 
 using ::testing::ElementsAreArray;
 
-com::unique_safe_array array_of(VARTYPE type, std::vector<ULONG> sizes) {
+win::unique_safe_array array_of(VARTYPE type, std::vector<ULONG> sizes) {
     std::vector<SAFEARRAYBOUND> bounds;
     for (const ULONG size : sizes)
         bounds.push_back({size, 5});  // the lowest index is the caller's business
-    return com::unique_safe_array(::SafeArrayCreate(type, static_cast<UINT>(bounds.size()), bounds.data()));
+    return win::unique_safe_array(::SafeArrayCreate(type, static_cast<UINT>(bounds.size()), bounds.data()));
 }
 
 TEST(Conversions, ReadABlockOfBytes) {

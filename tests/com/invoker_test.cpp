@@ -74,7 +74,7 @@ protected:
     DWORD logon_result = ERROR_SUCCESS;
     int waits = 0;
     win::unique_bstr answer;
-    com::unique_safe_array bytes;
+    win::unique_safe_array bytes;
 };
 
 TEST_F(invoker_test, CarriesACommandToTheServiceAndItsAnswerBack) {
@@ -109,7 +109,7 @@ TEST_F(invoker_test, CarriesByteBlocksBothWays) {
     EXPECT_THAT(lab::requests().take(),
                 ElementsAre(HasSubstr("data=<3 bytes>"), HasSubstr("data=<0 bytes>"), HasSubstr("data=<0 bytes>")));
 
-    const com::unique_safe_array numbers(::SafeArrayCreateVector(VT_I4, 0, 2));
+    const win::unique_safe_array numbers(::SafeArrayCreateVector(VT_I4, 0, 2));
     EXPECT_EQ(do_rpc_with_binary(numbers.get()), DISP_E_TYPEMISMATCH);
     EXPECT_THAT(description_of_error(), HasSubstr("The byte block is not a one-dimensional array of unsigned char."));
     EXPECT_FALSE(answer || bytes);

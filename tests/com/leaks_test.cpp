@@ -73,8 +73,8 @@ void use_request() {
 void use_invoker() {
     const auto object = create<IProxyRpcInvoker>(CLSID_KorvaProxyInvoker);
     win::unique_bstr answer;
-    com::unique_safe_array bytes;
-    const com::unique_safe_array numbers(::SafeArrayCreateVector(VT_I4, 0, 2));
+    win::unique_safe_array bytes;
+    const win::unique_safe_array numbers(::SafeArrayCreateVector(VT_I4, 0, 2));
     EXPECT_EQ(object->DoRpcWithBinary(nullptr, nullptr, numbers.get(), answer.put(), bytes.put()), DISP_E_TYPEMISMATCH);
 }
 
