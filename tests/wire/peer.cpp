@@ -149,8 +149,6 @@ bytes peer::last_stub() const {
 void peer::forget() {
     const std::lock_guard lock(mutex_);
     requests_.clear();
-    connections_ = 0;
-    authentications_ = 0;
 }
 
 void peer::accept_loop() {
@@ -162,7 +160,6 @@ void peer::accept_loop() {
             ::closesocket(socket);
             return;
         }
-        ++connections_;
         const std::lock_guard lock(mutex_);
         behaviour_t behaviour = script_.at(std::min(next_, script_.size() - 1));
         ++next_;
@@ -200,10 +197,8 @@ void peer::serve(SOCKET socket, behaviour_t behaviour, unsigned script) {
                 const bytes body = bind_ack_body(reject ? 2 : 0, reject ? behaviour.bind_reason : 0);
                 const auto type = header.type == pdu_type::bind ? pdu_type::bind_ack : pdu_type::alter_context_response;
                 auth_t auth{};
-                if (header.auth_length > 0) {
-                    ++authentications_;
+                if (header.auth_length > 0)
                     auth = {(*pdu)[pdu->size() - header.auth_length - 7u], ntlm_challenge()};
-                }
                 send_all(socket, make_pdu(type, whole, header.call_id, body, header.auth_length > 0 ? &auth : nullptr));
                 if (behaviour.reset_after_bind_ack)
                     return arm_reset(socket);

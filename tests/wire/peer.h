@@ -49,8 +49,6 @@ public:
 
     std::vector<request_t> requests() const;
     bytes last_stub() const;
-    unsigned connections() const noexcept { return connections_; }
-    unsigned authentications() const noexcept { return authentications_; }
     void forget();
 
 private:
@@ -65,8 +63,6 @@ private:
     unsigned played_ = 0;
     std::vector<request_t> requests_;
     std::atomic<bool> stopping_ = false;
-    std::atomic<unsigned> connections_ = 0;
-    std::atomic<unsigned> authentications_ = 0;
     std::vector<std::jthread> threads_;
     std::jthread acceptor_;
 };
