@@ -30,12 +30,14 @@ if(KORVA_SYMBOLS)
       $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-g1;-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.;-ffile-prefix-map=${CMAKE_BINARY_DIR}=build>)
 endif()
 
-# korva_split_symbols(target): the symbols go to a file of their own beside the target, which keeps a link to it.
+# korva_split_symbols(target): the symbols go to a file of their own beside the target, which keeps a link to it. objcopy would
+# put the time of the build into both.
 find_program(KORVA_OBJCOPY ${korva_triplet}-objcopy REQUIRED)
 function(korva_split_symbols target)
   add_custom_command(TARGET ${target} POST_BUILD VERBATIM
-      COMMAND ${KORVA_OBJCOPY} --only-keep-debug $<TARGET_FILE:${target}> $<TARGET_FILE:${target}>.debug
-      COMMAND ${KORVA_OBJCOPY} --strip-all --add-gnu-debuglink=$<TARGET_FILE:${target}>.debug $<TARGET_FILE:${target}>)
+      COMMAND ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0 ${KORVA_OBJCOPY} --only-keep-debug $<TARGET_FILE:${target}> $<TARGET_FILE:${target}>.debug
+      COMMAND ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0 ${KORVA_OBJCOPY} --strip-all
+              --add-gnu-debuglink=$<TARGET_FILE:${target}>.debug $<TARGET_FILE:${target}>)
 endfunction()
 
 # korva_version(target "description"): the version resource, with the version of the project.

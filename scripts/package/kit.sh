@@ -4,6 +4,8 @@ name=KorvaProxyClient-$version
 # One time for all that carries one: that of the sources.
 SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || date -d 2026-01-01 +%s)}
 export SOURCE_DATE_EPOCH
+# Paths that a compiler cache rewrites would stand in the symbol file.
+unset CCACHE_BASEDIR CCACHE_NOHASHDIR
 python() { /usr/bin/python3 -B "$@"; }
 programs=(korva-console korva-lab KorvaDeploymentSvc early_bound late_bound)
 
