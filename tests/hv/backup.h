@@ -29,7 +29,6 @@ struct backup_t {
         ASSERT_EQ(snapshot->get_SnapshotID(&snapshot_id), S_OK);
     }
     void import_snapshot() {
-        win::com_ptr<IKorvaHvAsyncOp> import;
         lab::host()->snapshots.polls = 1;
         ASSERT_EQ(outcome(begin_import(import.put())), succeeded());
         ASSERT_EQ(outcome(import->Refresh()), succeeded());
@@ -57,7 +56,7 @@ struct backup_t {
     win::com_ptr<IKorvaHvIntegrator> integrator;
     win::com_ptr<IKorvaHvOnhostVss> onhost;
     win::com_ptr<IKorvaHvOffhostVss> offhost;
-    win::com_ptr<IKorvaHvAsyncOp> operation;
+    win::com_ptr<IKorvaHvAsyncOp> operation, import;
     win::com_ptr<IKorvaHvVssSnapshot> snapshot;
     win::unique_bstr document, ids;  // that were imported
     std::string exported;            // the same as the lab shows a request

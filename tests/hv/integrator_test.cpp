@@ -1,9 +1,9 @@
 #include <thread>
 
-#include "foundation/errors.h"
+#include "com/co_korva_hv_integrator.h"
 #include "foundation/system_text.h"
-#include "hv/integrator.h"
 #include "tests/hv/backup.h"
+#include "tests/hv/connection_settings.h"
 
 namespace hv_tests {
 namespace {
@@ -11,28 +11,46 @@ namespace {
 using ::testing::Contains;
 using ::testing::ElementsAre;
 
-class Integrator : public session {};
+class Integrator : public session {
+protected:
+    // A getter wants its pointer, and answers with another object on every call.
+    template <class Object>
+    void expect_new(IKorvaHvIntegrator& integrator, HRESULT (STDMETHODCALLTYPE IKorvaHvIntegrator::*getter)(Object**)) {
+        win::com_ptr<Object> first, second;
+        log_.clear();
+        EXPECT_EQ((integrator.*getter)(nullptr), E_POINTER);
+        EXPECT_THAT(log_.texts(), ElementsAre()) << "nothing was created";
+        EXPECT_EQ((integrator.*getter)(first.put()), S_OK);
+        EXPECT_EQ((integrator.*getter)(second.put()), S_OK);
+        EXPECT_TRUE(first && second && first.get() != second.get());
+    }
+};
 
 TEST_F(Integrator, SaysThatItIsThereAndHandsOutNewObjects) {
     const auto integrator = new_integrator();
     EXPECT_THAT(log_.texts(), ElementsAre("HNV: Create instance"));
-    win::com_ptr<IKorvaHvOnhostVss> first, second;
-    ASSERT_EQ(integrator->get_OnhostVss(first.put()), S_OK);
-    ASSERT_EQ(integrator->get_OnhostVss(second.put()), S_OK);
-    EXPECT_NE(first.get(), second.get());
-    log_.clear();
-    EXPECT_EQ(integrator->SetRpcTimeout(30), S_OK);
-    EXPECT_THAT(log_.texts(), ElementsAre("KD: Set RPC timeout. Request timeout: [30] sec."));
+    expect_new(*integrator.get(), &IKorvaHvIntegrator::get_VssInfoCollector);
+    expect_new(*integrator.get(), &IKorvaHvIntegrator::get_OnhostVss);
+    expect_new(*integrator.get(), &IKorvaHvIntegrator::get_OffhostVss);
+    expect_new(*integrator.get(), &IKorvaHvIntegrator::get_CtpMngr);
+    expect_new(*integrator.get(), &IKorvaHvIntegrator::get_RestoreMngr);
 }
 
 TEST_F(Integrator, NamesTheEndpointWhereNothingListens) {
     const auto integrator = new_integrator();
     ASSERT_EQ(integrator->SetEndpoint(bstr(L"127.0.0.1").get(), 9), S_OK);
     log_.clear();
+    const std::string unavailable = exc::system_error_text(RPC_S_SERVER_UNAVAILABLE);
     const lines_t lines{"Failed to check whether HvIntegration service is available on '127.0.0.1:9'.",
                         "RPC function call failed. Function name: [HvTestConnection]. Target machine: [127.0.0.1].",
-                        exc::system_error_text(RPC_S_SERVER_UNAVAILABLE)};
+                        unavailable};
     EXPECT_EQ(outcome(integrator->TestConnection()), failed(lines));
+    const lines_t logged = as_logged(lines);
+    EXPECT_THAT(
+        log_.texts(),
+        ElementsAre("Checking whether HvIntegration service is available on '127.0.0.1:9'.",
+                    "Connecting to RPC port '9', host '127.0.0.1', service 'KorvaHvIntegSvc', secure channel: 'false' .",
+                    "RPC client failed to call method. Status: [1722]. " + unavailable, logged[0], logged[1], logged[2]));
     ASSERT_EQ(integrator->SetEndpoint(bstr(L"127.0.0.1").get(), static_cast<int>(lab_port())), S_OK);
     EXPECT_EQ(outcome(integrator->TestConnection()), succeeded()) << "the object stays usable";
 }
@@ -48,19 +66,57 @@ TEST_F(Integrator, MayGoBeforeWhatItHandedOut) {
     EXPECT_EQ(outcome(backup.offhost->CloseSnapshot(backup.imported_id)), succeeded());
 }
 
-TEST_F(Integrator, SharesItsSettingsWithWhatItHandedOut) {
-    backup_t backup(new_integrator());
-    ASSERT_EQ(backup.integrator->SetEndpoint(bstr(L"localhost").get(), static_cast<int>(lab_port())), S_OK);
-    EXPECT_EQ(outcome(backup.onhost->CloseSnapshot(GUID{})).lines.size(), 2u);
-    EXPECT_THAT(log_.texts(),
-                Contains("Closing on-host VSS snapshot with  ID '00000000-0000-0000-0000-000000000000'. Host: 'localhost'."));
+struct console_t : with_settings_t<com::CCoKorvaHvIntegrator> {
+    console_t() {
+        EXPECT_EQ(object->get_OnhostVss(onhost.put()), S_OK);
+        EXPECT_EQ(object->get_OffhostVss(offhost.put()), S_OK);
+        EXPECT_EQ(object->get_VssInfoCollector(collector.put()), S_OK);
+        EXPECT_EQ(object->get_CtpMngr(tracking.put()), S_OK);
+        EXPECT_EQ(object->get_RestoreMngr(restore.put()), S_OK);
+    }
+
+    win::com_ptr<IKorvaHvOnhostVss> onhost;
+    win::com_ptr<IKorvaHvOffhostVss> offhost;
+    win::com_ptr<IKorvaVssInfoCollector> collector;
+    win::com_ptr<IKorvaHvCtpMngr> tracking;
+    win::com_ptr<IKorvaHvRestoreMngr> restore;
+};
+
+TEST_F(Integrator, SharesItsSettingsWithAllThatItHandedOutAndWithNoOther) {
+    console_t first, second;
+    const std::function<HRESULT(console_t&)> calls[] = {
+        [](console_t& console) { return console.object->TestConnection(); },
+        [](console_t& console) { return console.onhost->CloseSnapshot(GUID{}); },
+        [](console_t& console) { return console.offhost->CloseSnapshot(GUID{}); },
+        [](console_t& console) { return console.collector->CollectHvWriterDoc(win::unique_bstr().put()); },
+        [](console_t& console) { return console.tracking->Init(); },
+        [](console_t& console) { return console.restore->PostRestore(GUID{}); },
+    };
+    first.set(L"alpha", 7001, LR"(CORP\back\up)", L"пароль", 30);
+    second.set(L"beta", 7002, L"backup", L"", 3600);
+    EXPECT_THAT(log_.texts(), Contains("KD: Set RPC timeout. Request timeout: [30] sec."));
+    for (const auto& call : calls) {
+        EXPECT_EQ(outcome(call(first)).lines.back(), "enough seen");
+        EXPECT_EQ(first.take(), R"(compose alpha 7001, back\up|CORP|пароль, option 12 30000)")
+            << "split at the first backslash";
+        EXPECT_EQ(second.take(), "");
+        EXPECT_EQ(outcome(call(second)).lines.back(), "enough seen");
+        EXPECT_EQ(second.take(), "compose beta 7002, backup|.|, option 12 3600000");
+    }
+    first.set(L"gamma", 7003, LR"(OTHER\backup)", L"geheim", 5);
+    for (const auto& call : calls) {
+        EXPECT_EQ(outcome(call(first)).lines.back(), "enough seen");
+        EXPECT_EQ(first.take(), "compose gamma 7003, backup|OTHER|geheim, option 12 5000") << "set after it was handed out";
+    }
+    EXPECT_FALSE(log_.holds("пароль") || log_.holds("geheim"));
 }
 
 TEST_F(Integrator, DoesNotDisturbAnother) {
-    const auto run = [](const wchar_t* machine, const wchar_t* name) {
+    const auto run = [this](const wchar_t* machine, const wchar_t* name, const wchar_t* host) {
         ASSERT_EQ(::CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
         for (int round = 0; round < 5; ++round) {
             backup_t backup(new_integrator());
+            ASSERT_EQ(backup.integrator->SetEndpoint(bstr(host).get(), static_cast<int>(lab_port())), S_OK);
             const std::wstring specification = L"<Snapshot Polls='3'><VM ID='" + std::wstring(machine) + L"'/></Snapshot>";
             ASSERT_EQ(backup.onhost->BeginSnapshotCreationEx(bstr(specification).get(), bstr(name).get(), nullptr,
                                                              backup.operation.put()),
@@ -76,38 +132,13 @@ TEST_F(Integrator, DoesNotDisturbAnother) {
             for (const std::wstring& file : files)
                 EXPECT_NE(file.find(name), std::wstring::npos);
             EXPECT_EQ(backup.onhost->CloseSnapshot(backup.snapshot_id), S_OK);
+            EXPECT_TRUE(log_.holds(backup.filled(lines_t{"with  ID '{snapshot}'. Host: '" + text::narrow(host) + "'."})[0]));
         }
         ::CoUninitialize();
     };
-    std::thread first(run, vm, L"web"), second(run, all_scripts_vm, L"отчёты");
+    std::thread first(run, vm, L"web", L"127.0.0.1"), second(run, all_scripts_vm, L"отчёты", L"localhost");
     first.join();
     second.join();
-}
-
-TEST(IntegratorAccount, IsSplitAtTheFirstBackslashAndNobodyIsLoggedOn) {
-    std::wstring domain, user, password;
-    auto functions = win::rpc::rpc_functions_t::real();
-    functions.binding_set_auth_info = [&](auto, auto, auto, auto, void* identity, auto) -> RPC_STATUS {
-        const auto& account = *static_cast<const SEC_WINNT_AUTH_IDENTITY_W*>(identity);
-        const auto text = [](const unsigned short* characters, unsigned long length) {
-            return std::wstring(reinterpret_cast<const wchar_t*>(characters), length);
-        };
-        domain = text(account.Domain, account.DomainLength);
-        user = text(account.User, account.UserLength);
-        password = text(account.Password, account.PasswordLength);
-        return RPC_S_UNKNOWN_AUTHN_SERVICE;
-    };
-    impl::CKorvaHvIntegrator integrator(win::rpc::make_integration_client(functions));
-    integrator.SetEndpoint(L"127.0.0.1", 9);
-    integrator.SetAccount(L"CORP\\back\\up", L"пароль");
-    EXPECT_THROW(integrator.TestConnection(), exc::runtime_exc_t);
-    EXPECT_EQ(domain, L"CORP");
-    EXPECT_EQ(user, L"back\\up");
-    EXPECT_EQ(password, L"пароль");
-    integrator.SetAccount(L"backup", L"");
-    EXPECT_THROW(integrator.TestConnection(), exc::runtime_exc_t);
-    EXPECT_EQ(domain, L".");
-    EXPECT_EQ(user, L"backup");
 }
 
 }  // namespace

@@ -17,31 +17,31 @@ inline constexpr char remote_text[] = "отказ 拒绝 😀";
 // the host reports. Identifiers stand in the texts by names in braces, which the context fills in (`filled`).
 template <class Context>
 struct remote_method_t {
-    const char* name;
-    const char* procedure;  // that the lab is told to fail
     std::function<HRESULT(Context&)> call;
-    lines_t requests;
+    lines_t requests;  // each begins with its procedure
     lines_t log;
-    std::size_t starts;  // lines of the log that are there when the host fails
-    lines_t failure;     // lines above the host's own
+    lines_t failure = {};     // lines above the host's own
+    std::size_t starts = 1;   // lines of the log that are there when the host fails
+    std::size_t failing = 0;  // the request that the host fails
 };
 
 template <class Context>
 void PrintTo(const remote_method_t<Context>& method, std::ostream* out) {
-    *out << method.name;
+    *out << method.requests.front();
 }
 
 // The method fails as the host does, then goes well.
 template <class Context>
 void play(const remote_method_t<Context>& method, Context& context, logging::captured_log_t& log) {
-    SCOPED_TRACE(method.name);
-    lab::set_failure(method.procedure, remote_text);
+    SCOPED_TRACE(method.requests.front());
+    const std::string& request = method.requests[method.failing];
+    lab::set_failure(request.substr(0, request.find(' ')), remote_text);
     log.clear();
     lines_t error = context.filled(method.failure);
     error.push_back(remote_text);
     EXPECT_EQ(outcome(method.call(context)), failed(error));
     lines_t lines = context.filled(method.log);
-    lines.resize(method.starts);
+    lines.resize(std::min(method.starts, lines.size()));
     std::ranges::copy(as_logged(error), std::back_inserter(lines));
     EXPECT_EQ(log.texts(), lines);
 

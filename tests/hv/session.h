@@ -83,6 +83,21 @@ inline lines_t as_logged(lines_t lines) {
     return lines;
 }
 
+// Outputs that an object cannot do without: expect_pointers(*volume.get(), &IClusterVolumeInformation::get_IsCSV, ...).
+template <class Interface, class... Getter>
+void expect_pointers(Interface& object, Getter... getter) {
+    const HRESULT results[] = {(object.*getter)(nullptr)...};
+    EXPECT_THAT(results, ::testing::Each(E_POINTER));
+}
+
+template <class Enumerator>
+bool next(Enumerator& list) {
+    VARIANT_BOOL more = 7;
+    EXPECT_EQ(list.Next(&more), S_OK);
+    EXPECT_TRUE(more == VARIANT_TRUE || more == VARIANT_FALSE);
+    return more != VARIANT_FALSE;
+}
+
 inline win::unique_bstr bstr(std::wstring_view text) { return win::make_bstr(text); }
 
 // The texts of a caller's array, which is destroyed.

@@ -1,3 +1,5 @@
+#include <thread>
+
 #include "foundation/system_text.h"
 #include "tests/foundation/played_object.h"
 #include "tests/hv/remote_method.h"
@@ -9,7 +11,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr GUID some_generation{0x12345678, 0x9abc, 0xdef0, {1, 2, 3, 4, 5, 6, 7, 8}};
-constexpr char some_generation_text[] = "12345678-9abc-def0-0102-030405060708";
 constexpr char creation_of_some_index[] = "Generation ID: [12345678-9abc-def0-0102-030405060708], Changes index: [65535]";
 
 // A tracked file in the course of its life.
@@ -40,32 +41,38 @@ HRESULT check_index(tracking_t& tracking, HRESULT result, IChangeIndex* index, U
     return result;
 }
 
-HRESULT check_info(tracking_t& tracking, HRESULT result, IFileStandardInfo* info, USHORT expected_index) {
-    EXPECT_EQ(info != nullptr, SUCCEEDED(result));
-    if (info) {
+method_t standard_info(const char* name, HRESULT (STDMETHODCALLTYPE IKorvaHvCtpMngr::*get)(ULONG, IFileStandardInfo**),
+                       const std::string& title) {
+    const auto call = [get](tracking_t& tracking) {
+        win::com_ptr<IFileStandardInfo> info;
+        const HRESULT result = (tracking.manager.get()->*get)(tracking.file_id, info.put());
+        EXPECT_EQ(static_cast<bool>(info), SUCCEEDED(result));
+        if (!info)
+            return result;
         win::com_ptr<IChangeIndex> index;
         ULONG block_size = 0, options = 0;
-        win::unique_bstr name;
+        win::unique_bstr path;
         EXPECT_EQ(info->get_Index(index.put()), S_OK);
         EXPECT_EQ(info->get_BlockSize(&block_size), S_OK);
-        EXPECT_EQ(info->get_CTPFileName(name.put()), S_OK);
+        EXPECT_EQ(info->get_CTPFileName(path.put()), S_OK);
         EXPECT_EQ(info->get_FileOptions(&options), S_OK);
-        check_index(tracking, result, index.get(), expected_index);
         EXPECT_EQ(block_size, 65536u);
-        EXPECT_EQ(win::bstr_text(name.get()), LR"(D:\vm\диск.vhd.ctp)");
+        EXPECT_EQ(win::bstr_text(path.get()), LR"(D:\vm\диск.vhd.ctp)");
         EXPECT_EQ(options, 769u);
-    }
-    return result;
+        return check_index(tracking, result, index.get(), 1);
+    };
+    return {call,
+            {std::string("HvCtp") + name + " file={id}"},
+            {"HCM: " + title + ": [{id}]", "KCI: Create instance", "Generation ID: [{generation}], Changes index: [1]",
+             "KFSI: Create instance", R"(CTP file name: [D:\vm\диск.vhd.ctp], Block size: [65536], File options: [769])"}};
 }
 
 constexpr auto all_options = static_cast<EAddFileOptions>(AddFileOptCluster | AddFileOptCtUser | AddFileOptStoreWithFile);
 
 // In the order of a console.
 const method_t methods[] = {
-    {"Init", "HvCtpInit", [](tracking_t& tracking) { return tracking.manager->Init(); }, {"HvCtpInit"}, {"HCM: Init"}, 1, {}},
-    {"GetVersion",
-     "HvCtpGetDriverVersion",
-     [](tracking_t& tracking) {
+    {[](tracking_t& tracking) { return tracking.manager->Init(); }, {"HvCtpInit"}, {"HCM: Init"}},
+    {[](tracking_t& tracking) {
          USHORT compatible = 9, current = 9;
          const HRESULT result = tracking.manager->GetVersion(&compatible, &current);
          EXPECT_EQ(compatible, SUCCEEDED(result) ? 2 : 0);
@@ -73,31 +80,19 @@ const method_t methods[] = {
          return result;
      },
      {"HvCtpGetDriverVersion"},
-     {"HCM: Get driver version", "HCM: Compatible version: [2], current version: [5]"},
-     1,
-     {}},
-    {"put_BasePath",
-     "HvCtpSetCTStorePath",
-     [](tracking_t& tracking) { return tracking.manager->put_BasePath(bstr(LR"(S:\Store)").get()); },
+     {"HCM: Get driver version", "HCM: Compatible version: [2], current version: [5]"}},
+    {[](tracking_t& tracking) { return tracking.manager->put_BasePath(bstr(LR"(S:\Store)").get()); },
      {R"(HvCtpSetCTStorePath path="S:\\Store")"},
-     {R"(HCM: Set CT store path: [S:\Store})"},
-     1,
-     {}},
-    {"get_BasePath",
-     "HvCtpGetCTStorePath",
-     [](tracking_t& tracking) {
+     {R"(HCM: Set CT store path: [S:\Store})"}},
+    {[](tracking_t& tracking) {
          win::unique_bstr path;
          const HRESULT result = tracking.manager->get_BasePath(path.put());
          EXPECT_EQ(win::bstr_text(path.get()), SUCCEEDED(result) ? LR"(S:\Store)" : L"");
          return result;
      },
      {"HvCtpGetCTStorePath"},
-     {"HCM: Get CT store path", R"(HCM: CT store path: [S:\Store])"},
-     1,
-     {}},
-    {"AddFile",
-     "HvCtpAddFile",
-     [](tracking_t& tracking) {
+     {"HCM: Get CT store path", R"(HCM: CT store path: [S:\Store])"}},
+    {[](tracking_t& tracking) {
          win::com_ptr<IAddFileResult> added;
          win::com_ptr<IChangeIndex> index;
          const HRESULT result = tracking.manager->AddFile(bstr(LR"(D:\vm\диск.vhd)").get(), 65536, all_options, added.put());
@@ -109,72 +104,34 @@ const method_t methods[] = {
      },
      {R"(HvCtpAddFile name="D:\\vm\\диск.vhd" block_size=65536 options=769)"},
      {R"(HCM: Register file for change tracking. Name: [D:\vm\диск.vhd], Block size: [65536], Options: [769])",
-      "KCI: Create instance", "Generation ID: [{generation}], Changes index: [0]", "KAF: Create instance", "File ID: [{id}]"},
-     1,
-     {}},
-    {"GetFileID",
-     "HvCtpGetFileID",
-     [](tracking_t& tracking) {
+      "KCI: Create instance", "Generation ID: [{generation}], Changes index: [0]", "KAF: Create instance", "File ID: [{id}]"}},
+    {[](tracking_t& tracking) {
          ULONG id = 77;
          const HRESULT result = tracking.manager->GetFileID(bstr(LR"(D:\vm\диск.vhd)").get(), &id);
          EXPECT_EQ(id, SUCCEEDED(result) ? tracking.file_id : 0);
          return result;
      },
      {R"(HvCtpGetFileID name="D:\\vm\\диск.vhd")"},
-     {R"(HCM: Get file id by name: [D:\vm\диск.vhd])", "File ID: [{id}]"},
-     1,
-     {}},
-    {"GetFileName",
-     "HvCtpGetFileName",
-     [](tracking_t& tracking) {
+     {R"(HCM: Get file id by name: [D:\vm\диск.vhd])", "File ID: [{id}]"}},
+    {[](tracking_t& tracking) {
          win::unique_bstr name;
          const HRESULT result = tracking.manager->GetFileName(tracking.file_id, name.put());
          EXPECT_EQ(win::bstr_text(name.get()), SUCCEEDED(result) ? LR"(D:\vm\диск.vhd)" : L"");
          return result;
      },
      {"HvCtpGetFileName file={id}"},
-     {"HCM: Get file name by id: [{id}]", R"(File name: [D:\vm\диск.vhd])"},
-     1,
-     {}},
-    {"GetFileCTndex",
-     "HvCtpGetFileIndex",
-     [](tracking_t& tracking) {
+     {"HCM: Get file name by id: [{id}]", R"(File name: [D:\vm\диск.vhd])"}},
+    {[](tracking_t& tracking) {
          win::com_ptr<IChangeIndex> index;
          const HRESULT result = tracking.manager->GetFileCTndex(tracking.file_id, index.put());
          return check_index(tracking, result, index.get(), 0);
      },
      {"HvCtpGetFileIndex file={id}"},
      {"HCM: Get file change tracking index: [{id}]", "KCI: Create instance",
-      "Generation ID: [{generation}], Changes index: [0]"},
-     1,
-     {}},
-    {"FlushFileChanges",
-     "HvCtpFlushFileChanges",
-     [](tracking_t& tracking) {
-         win::com_ptr<IFileStandardInfo> info;
-         const HRESULT result = tracking.manager->FlushFileChanges(tracking.file_id, info.put());
-         return check_info(tracking, result, info.get(), 1);
-     },
-     {"HvCtpFlushFileChanges file={id}"},
-     {"HCM: Flush file change tracking: [{id}]", "KCI: Create instance", "Generation ID: [{generation}], Changes index: [1]",
-      "KFSI: Create instance", R"(CTP file name: [D:\vm\диск.vhd.ctp], Block size: [65536], File options: [769])"},
-     1,
-     {}},
-    {"GetFileStandardInfo",
-     "HvCtpGetFileStandardInfo",
-     [](tracking_t& tracking) {
-         win::com_ptr<IFileStandardInfo> info;
-         const HRESULT result = tracking.manager->GetFileStandardInfo(tracking.file_id, info.put());
-         return check_info(tracking, result, info.get(), 1);
-     },
-     {"HvCtpGetFileStandardInfo file={id}"},
-     {"HCM: Get file standard info: [{id}]", "KCI: Create instance", "Generation ID: [{generation}], Changes index: [1]",
-      "KFSI: Create instance", R"(CTP file name: [D:\vm\диск.vhd.ctp], Block size: [65536], File options: [769])"},
-     1,
-     {}},
-    {"SetFileCTIndex of the console's own object",
-     "HvCtpSetFileIndex",
-     [](tracking_t& tracking) {
+      "Generation ID: [{generation}], Changes index: [0]"}},
+    standard_info("FlushFileChanges", &IKorvaHvCtpMngr::FlushFileChanges, "Flush file change tracking"),
+    standard_info("GetFileStandardInfo", &IKorvaHvCtpMngr::GetFileStandardInfo, "Get file standard info"),
+    {[](tracking_t& tracking) {
          played_object index;
          index[7] = [](void* value, void*, void*) { return *static_cast<GUID*>(value) = some_generation, S_OK; };
          index[9] = [](void* value, void*, void*) { return *static_cast<USHORT*>(value) = 65535, S_OK; };
@@ -183,11 +140,9 @@ const method_t methods[] = {
      {"HvCtpSetFileIndex file={id} generation_id=12345678-9abc-def0-0102-030405060708 current_index=65535"},
      {"KCI: Create instance", creation_of_some_index,
       "HCM: Set file change tracking index: [{id}], Generation ID: [12345678-9abc-def0-0102-030405060708], Index: [65535]"},
-     3,
-     {}},
-    {"GetFileCache",
-     "HvCtpGetFileCache",
-     [](tracking_t& tracking) {
+     {},
+     3},
+    {[](tracking_t& tracking) {
          win::com_ptr<IFileCache> cache;
          const HRESULT result = tracking.manager->GetFileCache(tracking.file_id, cache.put());
          MIDL_uhyper flat = 0, indirect = 0;
@@ -201,12 +156,8 @@ const method_t methods[] = {
      },
      {"HvCtpGetFileCache file={id}"},
      {"HCM: Get file caching settings: [{id}]", "KFK: Create instance",
-      "Max flat size: [1048576], Max indirect size: [16777216]"},
-     1,
-     {}},
-    {"SetFileCache of the console's own object",
-     "HvCtpSetFileCache",
-     [](tracking_t& tracking) {
+      "Max flat size: [1048576], Max indirect size: [16777216]"}},
+    {[](tracking_t& tracking) {
          played_object cache;
          cache[7] = [](void* value, void*, void*) { return *static_cast<MIDL_uhyper*>(value) = 0x1'0000'0001, S_OK; };
          cache[9] = [](void* value, void*, void*) { return *static_cast<MIDL_uhyper*>(value) = 0xffffffffffffffff, S_OK; };
@@ -215,15 +166,11 @@ const method_t methods[] = {
      {"HvCtpSetFileCache file={id} max_flat_size=4294967297 max_indirect_size=18446744073709551615"},
      {"KFK: Create instance", "Max flat size: [4294967297], Max indirect size: [18446744073709551615]",
       "HCM: Set file caching settings: [{id}], Max flat size: [4294967297], Max indirect size: [18446744073709551615]"},
-     3,
-     {}},
-    {"RemoveFile",
-     "HvCtpRemoveFile",
-     [](tracking_t& tracking) { return tracking.manager->RemoveFile(tracking.file_id, RemoveFileOptCluster); },
+     {},
+     3},
+    {[](tracking_t& tracking) { return tracking.manager->RemoveFile(tracking.file_id, RemoveFileOptCluster); },
      {"HvCtpRemoveFile file={id} options=1"},
-     {"HCM: De register file from change tracking. ID: [{id}], Options: [1]"},
-     1,
-     {}},
+     {"HCM: De register file from change tracking. ID: [{id}], Options: [1]"}},
 };
 
 class Tracking : public session {
@@ -262,9 +209,13 @@ TEST_F(Tracking, InitIsSentOnceByEachManager) {
         lab::clear_failures();
         lab::requests().take();
         log_.clear();
-        EXPECT_EQ(tracking.manager->Init(), S_OK) << "a failed one is tried again";
+        {
+            std::vector<std::jthread> threads;
+            for (int i = 0; i < 4; ++i)
+                threads.emplace_back([&] { EXPECT_EQ(tracking.manager->Init(), S_OK) << "a failed one is tried again"; });
+        }
         EXPECT_EQ(tracking.manager->Init(), S_OK);
-        EXPECT_THAT(log_.texts(), ElementsAre("HCM: Init", "HCM: Init"));
+        EXPECT_EQ(log_.texts(), lines_t(5, "HCM: Init"));
         EXPECT_THAT(lab::requests().take(), ElementsAre("HvCtpInit"));
     }
 }
@@ -278,27 +229,36 @@ TEST_F(Tracking, AnIndexReachesTheHostOnlyWhenItIsWrittenBack) {
     EXPECT_EQ(index->put_CurrentIndex(65535), S_OK);
     EXPECT_THAT(lab::requests().take(), IsEmpty());
     EXPECT_EQ(tracking.manager->SetFileCTIndex(tracking.file_id, index.get()), S_OK);
-    EXPECT_EQ(text::guid_text(lab::host()->tracking.file(tracking.file_id).generation_id), some_generation_text);
 
     win::com_ptr<IFileCache> cache;
     ASSERT_EQ(tracking.manager->GetFileCache(tracking.file_id, cache.put()), S_OK);
     EXPECT_EQ(cache->put_MaxFlatSize(7), S_OK);
     EXPECT_EQ(cache->put_MaxIndirectSize(8), S_OK);
     EXPECT_EQ(tracking.manager->SetFileCache(tracking.file_id, cache.get()), S_OK);
-    EXPECT_EQ(lab::host()->tracking.file(tracking.file_id).max_indirect_size, 8u);
+    EXPECT_EQ(
+        lab::requests().take(),
+        tracking.filled({"HvCtpSetFileIndex file={id} generation_id=12345678-9abc-def0-0102-030405060708 current_index=65535",
+                         "HvCtpGetFileCache file={id}", "HvCtpSetFileCache file={id} max_flat_size=7 max_indirect_size=8"}));
 }
 
-TEST_F(Tracking, AResultKeepsOneIndex) {
+TEST_F(Tracking, WhatTheHostDoesNotKnowIsNamed) {
     tracking_t tracking = with_file();
-    win::com_ptr<IFileStandardInfo> info;
-    win::com_ptr<IChangeIndex> index, again;
-    ASSERT_EQ(tracking.manager->GetFileStandardInfo(tracking.file_id, info.put()), S_OK);
-    ASSERT_EQ(info->get_Index(index.put()), S_OK);
-    EXPECT_EQ(index->put_CurrentIndex(3), S_OK);
-    ASSERT_EQ(info->get_Index(again.put()), S_OK);
-    USHORT current = 0;
-    EXPECT_EQ(again->get_CurrentIndex(&current), S_OK);
-    EXPECT_EQ(current, 3);
+    EXPECT_EQ(outcome(tracking.manager->RemoveFile(7, RemoveFileOptNone)), failed({"No file with the ID 7 is tracked."}));
+    ULONG id = 77;
+    EXPECT_EQ(outcome(tracking.manager->GetFileID(nullptr, &id)), failed({"The file '' is not tracked."}));
+    EXPECT_EQ(id, 0u);
+    EXPECT_THAT(lab::requests().take(), ElementsAre("HvCtpRemoveFile file=7 options=0", R"(HvCtpGetFileID name="")"));
+}
+
+// Cut short, the text would name another file.
+TEST_F(Tracking, ATextWithAZeroCharacterIsNotSent) {
+    tracking_t tracking = with_file();
+    ULONG id = 77;
+    EXPECT_EQ(outcome(tracking.manager->GetFileID(bstr(std::wstring_view(L"D:\\a.vhd\0.old", 13)).get(), &id)),
+              (outcome_t{E_INVALIDARG,
+                         {exc::system_error_text(static_cast<std::uint32_t>(E_INVALIDARG)),
+                          "A text that holds a zero character cannot be sent."}}));
+    EXPECT_THAT(lab::requests().take(), IsEmpty());
 }
 
 TEST_F(Tracking, AFailingPropertyOfTheConsolesObjectSendsNothing) {
@@ -334,7 +294,7 @@ TEST_F(Tracking, NullPointersDoNothing) {
     USHORT version = 0;
     EXPECT_EQ(manager.GetVersion(&version, nullptr), E_POINTER);
     EXPECT_EQ(manager.GetVersion(nullptr, &version), E_POINTER);
-    EXPECT_EQ(manager.get_BasePath(nullptr), E_POINTER);
+    expect_pointers(manager, &IKorvaHvCtpMngr::get_BasePath);
     EXPECT_EQ(manager.AddFile(nullptr, 1, AddFileOptNone, nullptr), E_POINTER);
     EXPECT_EQ(manager.GetFileID(nullptr, nullptr), E_POINTER);
     EXPECT_EQ(manager.GetFileName(1, nullptr), E_POINTER);
@@ -346,6 +306,20 @@ TEST_F(Tracking, NullPointersDoNothing) {
     EXPECT_EQ(manager.SetFileCache(1, nullptr), E_POINTER);
     EXPECT_THAT(log_.texts(), IsEmpty());
     EXPECT_THAT(lab::requests().take(), IsEmpty());
+
+    win::com_ptr<IAddFileResult> added;
+    win::com_ptr<IChangeIndex> index;
+    win::com_ptr<IFileStandardInfo> info;
+    win::com_ptr<IFileCache> cache;
+    ASSERT_EQ(manager.AddFile(bstr(L"D:\\b.vhd").get(), 1, AddFileOptNone, added.put()), S_OK);
+    ASSERT_EQ(manager.GetFileCTndex(tracking.file_id, index.put()), S_OK);
+    ASSERT_EQ(manager.GetFileStandardInfo(tracking.file_id, info.put()), S_OK);
+    ASSERT_EQ(manager.GetFileCache(tracking.file_id, cache.put()), S_OK);
+    expect_pointers(*added.get(), &IAddFileResult::get_FileID, &IAddFileResult::get_Index);
+    expect_pointers(*index.get(), &IChangeIndex::get_GenerationID, &IChangeIndex::get_CurrentIndex);
+    expect_pointers(*info.get(), &IFileStandardInfo::get_Index, &IFileStandardInfo::get_BlockSize,
+                    &IFileStandardInfo::get_CTPFileName, &IFileStandardInfo::get_FileOptions);
+    expect_pointers(*cache.get(), &IFileCache::get_MaxFlatSize, &IFileCache::get_MaxIndirectSize);
 }
 
 TEST_F(Tracking, AnAnswerWithoutItsRecordFails) {
@@ -355,15 +329,17 @@ TEST_F(Tracking, AnAnswerWithoutItsRecordFails) {
     win::com_ptr<IChangeIndex> index;
     win::com_ptr<IFileStandardInfo> info;
     win::com_ptr<IFileCache> cache;
-    const std::pair<const char*, HRESULT> calls[] = {
-        {"HvCtpAddFile", tracking.manager->AddFile(bstr(L"D:\\b.vhd").get(), 1, AddFileOptNone, added.put())},
-        {"HvCtpGetFileIndex", tracking.manager->GetFileCTndex(tracking.file_id, index.put())},
-        {"HvCtpGetFileStandardInfo", tracking.manager->GetFileStandardInfo(tracking.file_id, info.put())},
-        {"HvCtpFlushFileChanges", tracking.manager->FlushFileChanges(tracking.file_id, info.put())},
-        {"HvCtpGetFileCache", tracking.manager->GetFileCache(tracking.file_id, cache.put())},
+    IKorvaHvCtpMngr& manager = *tracking.manager.get();
+    const std::pair<const char*, std::function<HRESULT()>> calls[] = {
+        {"HvCtpAddFile", [&] { return manager.AddFile(bstr(L"D:\\b.vhd").get(), 1, AddFileOptNone, added.put()); }},
+        {"HvCtpGetFileIndex", [&] { return manager.GetFileCTndex(tracking.file_id, index.put()); }},
+        {"HvCtpGetFileStandardInfo", [&] { return manager.GetFileStandardInfo(tracking.file_id, info.put()); }},
+        {"HvCtpFlushFileChanges", [&] { return manager.FlushFileChanges(tracking.file_id, info.put()); }},
+        {"HvCtpGetFileCache", [&] { return manager.GetFileCache(tracking.file_id, cache.put()); }},
     };
-    for (const auto& [command, result] : calls)
-        EXPECT_EQ(result, DISP_E_EXCEPTION) << command;
+    for (const auto& [command, call] : calls)
+        EXPECT_EQ(outcome(call()),
+                  failed({"The reply to remote function [" + std::string(command) + "] is not valid: its record is missing."}));
     EXPECT_FALSE(added || index || info || cache);
     lab::host()->tracking.null_records = false;
     EXPECT_EQ(outcome(tracking.manager->GetFileCache(tracking.file_id, cache.put())), succeeded());

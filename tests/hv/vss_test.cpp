@@ -1,3 +1,5 @@
+#include <thread>
+
 #include "foundation/system_text.h"
 #include "tests/foundation/played_object.h"
 #include "tests/hv/remote_method.h"
@@ -24,21 +26,15 @@ struct vss_t {
 using method_t = remote_method_t<vss_t>;
 
 const method_t methods[] = {
-    {"VSSProviders",
-     "HvVssEnumProviders",
-     [](vss_t& vss) {
+    {[](vss_t& vss) {
          win::com_ptr<IEnumVSSProviders> providers;
          const HRESULT result = vss.collector->get_VSSProviders(providers.put());
          EXPECT_EQ(static_cast<bool>(providers), SUCCEEDED(result));
          return result;
      },
      {"HvVssEnumProviders"},
-     {},
-     0,
      {}},
-    {"IsVolumesSupported",
-     "HvVssIsVolumesSupported",
-     [](vss_t& vss) {
+    {[](vss_t& vss) {
          win::unique_bstr answer;
          const HRESULT result = vss.collector->IsVolumesSupported(vss.request.get(), answer.put());
          EXPECT_EQ(win::bstr_text(answer.get()), SUCCEEDED(result) ? odd_text : L"");
@@ -46,12 +42,8 @@ const method_t methods[] = {
      },
      {R"(HvVssIsVolumesSupported count=3 volumes="D:\\ by 11111111-2222-3333-0404-050505050505; )"
       R"(Ж:\\диск.vhd by aaaaaaaa-bbbb-cccc-0d0d-0e0e0e0e0e0e;  by 11111111-2222-3333-0404-050505050505")"},
-     {},
-     0,
      {}},
-    {"CollectHvWriterDoc",
-     "HvVssCollectWriterDoc",
-     [](vss_t& vss) {
+    {[](vss_t& vss) {
          win::unique_bstr document;
          const HRESULT result = vss.collector->CollectHvWriterDoc(document.put());
          EXPECT_EQ(win::bstr_text(document.get()), SUCCEEDED(result) ? odd_text : L"");
@@ -59,7 +51,6 @@ const method_t methods[] = {
      },
      {"HvVssCollectWriterDoc"},
      {},
-     0,
      {"Failed to call 'CollectWriterDoc' on server '127.0.0.1'."}},
 };
 
@@ -91,13 +82,6 @@ provider_t read(IVSSProviderInfo& info) {
     return provider;
 }
 
-bool next(IEnumVSSProviders& providers) {
-    VARIANT_BOOL more = 7;
-    EXPECT_EQ(providers.Next(&more), S_OK);
-    EXPECT_TRUE(more == VARIANT_TRUE || more == VARIANT_FALSE);
-    return more != VARIANT_FALSE;
-}
-
 TEST_F(Vss, MethodsSendLogAndFailExactlySo) {
     vss_t vss(connected_integrator());
     vss.request = new_request();
@@ -125,6 +109,11 @@ TEST_F(Vss, ProvidersAreWalkedInSilenceAndStayTheSame) {
     ASSERT_EQ(providers->get_Current(current.put()), S_OK);
     EXPECT_EQ(read(*current.get()), (provider_t{L"", L"", second_id, first_id, ESoftware}));
     EXPECT_FALSE(next(*providers.get()));
+    expect_pointers(*providers.get(), &IEnumVSSProviders::Next, &IEnumVSSProviders::get_Current);
+    expect_pointers(*current.get(), &IVSSProviderInfo::get_ID, &IVSSProviderInfo::get_Name, &IVSSProviderInfo::get_Type,
+                    &IVSSProviderInfo::get_Version, &IVSSProviderInfo::get_VersionID);
+    expect_pointers(*vss.collector.get(), &IKorvaVssInfoCollector::get_VSSProviders,
+                    &IKorvaVssInfoCollector::CollectHvWriterDoc);
     EXPECT_THAT(log_.texts(), IsEmpty());
     providers.reset();
     EXPECT_EQ(read(*again.get()).name, L"Поставщик") << "a provider outlives its list";
@@ -143,19 +132,26 @@ TEST_F(Vss, CurrentOutOfPlaceFails) {
     EXPECT_FALSE(next(*providers.get()));
     EXPECT_EQ(outcome(providers->get_Current(provider.put())), failed(bad_index));
     EXPECT_FALSE(provider);
+
+    lab::host()->vss.providers.clear();
+    ASSERT_EQ(vss.collector->get_VSSProviders(providers.put()), S_OK);
+    EXPECT_FALSE(next(*providers.get()));
+    EXPECT_EQ(outcome(providers->get_Current(provider.put())), failed(bad_index));
 }
 
-TEST_F(Vss, EmptyAndHostileLists) {
+TEST_F(Vss, HostileLists) {
     vss_t vss(new_integrator());
-    lab::host()->vss.providers_missing = 0;
     win::com_ptr<IEnumVSSProviders> providers;
+    lab::host()->vss.providers_missing = 0;
     ASSERT_EQ(outcome(vss.collector->get_VSSProviders(providers.put())), succeeded());
-    EXPECT_FALSE(next(*providers.get()));
-    lab::host()->vss.providers_missing = 0xffffffff;
-    EXPECT_EQ(outcome(vss.collector->get_VSSProviders(providers.put())),
-              failed({"The reply to remote function [HvVssEnumProviders] is not valid: it counts 4294967295 entries but brings "
-                      "no list."}));
-    EXPECT_FALSE(providers);
+    EXPECT_FALSE(next(*providers.get())) << "no list, but none was promised";
+    for (const std::uint32_t promised : {1u, 0x7fffffffu, 0xffffffffu}) {
+        lab::host()->vss.providers_missing = promised;
+        EXPECT_EQ(outcome(vss.collector->get_VSSProviders(providers.put())),
+                  failed({"The reply to remote function [HvVssEnumProviders] is not valid: it counts " +
+                          std::to_string(promised) + " entries but brings no list."}));
+        EXPECT_FALSE(providers);
+    }
 }
 
 TEST_F(Vss, ARequestKeepsItsPairs) {
@@ -172,13 +168,27 @@ TEST_F(Vss, ARequestKeepsItsPairs) {
     EXPECT_EQ(win::bstr_text(name.get()), L"C:\\");
     EXPECT_EQ(provider, first_id);
     for (const ULONG past_end : {1ul, 0xfffffffful}) {
-        EXPECT_EQ(request->Get(past_end, name.put(), &provider), E_INVALIDARG);
+        EXPECT_EQ(outcome(request->Get(past_end, name.put(), &provider)),
+                  (outcome_t{E_INVALIDARG,
+                             {exc::system_error_text(static_cast<std::uint32_t>(E_INVALIDARG)),
+                              text::format("No volume at index %1, the request holds 1.", past_end)}}));
         EXPECT_FALSE(name);
         EXPECT_EQ(provider, GUID{});
     }
     EXPECT_EQ(request->Get(0, nullptr, &provider), E_POINTER);
     EXPECT_EQ(request->Get(0, name.put(), nullptr), E_POINTER);
-    EXPECT_EQ(request->get_Count(nullptr), E_POINTER);
+    expect_pointers(*request.get(), &IKorvaVssIsVolumesSupportedRequest::get_Count);
+
+    {
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 4; ++i)
+            threads.emplace_back([&] {
+                for (int n = 0; n < 1000; ++n)
+                    EXPECT_EQ(request->Add(bstr(L"D:\\").get(), second_id), S_OK);
+            });
+    }
+    EXPECT_EQ(request->get_Count(&count), S_OK);
+    EXPECT_EQ(count, 4001u) << "filled from several threads";
 }
 
 TEST_F(Vss, ARequestWithoutPairsIsAnEmptyList) {
@@ -205,10 +215,13 @@ TEST_F(Vss, ARequestOfTheConsolesOwnIsReadThroughItsInterface) {
                 ElementsAre(R"(HvVssIsVolumesSupported count=2 volumes="D:\\ by 11111111-2222-3333-0404-050505050505; )"
                             R"(E:\\ by 11111111-2222-3333-0404-050505050505")"));
 
-    request[9] = [](void*, void*, void*) { return E_ACCESSDENIED; };
-    EXPECT_EQ(vss.collector->IsVolumesSupported(request.as<IKorvaVssIsVolumesSupportedRequest>(), answer.put()),
-              E_ACCESSDENIED);
-    EXPECT_FALSE(answer);
+    for (const auto& [slot, failure] :
+         {std::pair(9, "Failed to get volume"), std::pair(8, "Failed to get number of volumes")}) {
+        request[slot] = [](void*, void*, void*) { return E_ACCESSDENIED; };
+        EXPECT_EQ(outcome(vss.collector->IsVolumesSupported(request.as<IKorvaVssIsVolumesSupportedRequest>(), answer.put())),
+                  (outcome_t{E_ACCESSDENIED, {exc::system_error_text(static_cast<std::uint32_t>(E_ACCESSDENIED)), failure}}));
+        EXPECT_FALSE(answer);
+    }
     EXPECT_EQ(vss.collector->IsVolumesSupported(nullptr, answer.put()), E_POINTER);
     EXPECT_EQ(vss.collector->IsVolumesSupported(request.as<IKorvaVssIsVolumesSupportedRequest>(), nullptr), E_POINTER);
     EXPECT_THAT(lab::requests().take(), IsEmpty());
