@@ -46,7 +46,7 @@ protected:
     win::com_ptr<IProxyRpcInvoker> invoker;
 };
 
-TEST_F(Invoker, ReachesAnotherProcessByPortAndThroughTheMapper) {
+TEST_F(Invoker, ReachesAnotherProcess) {
     lab_process lab;
     set_endpoint(L"localhost", lab.port());
     ASSERT_EQ(connect(), S_OK);
@@ -54,12 +54,6 @@ TEST_F(Invoker, ReachesAnotherProcessByPortAndThroughTheMapper) {
     EXPECT_EQ(do_rpc(L"Get", L"<A/>"), "<LabReply Command=\"Get\"><A/></LabReply>");
     EXPECT_THAT(lab.read_until("DoRpc"), AllOf(HasSubstr("InvokerTestConnection version=\"6.0\""),
                                                HasSubstr("DoRpc command=\"Get\" input_xml=\"<A/>\"")));
-
-    if (!lab.maps_endpoints())
-        GTEST_SKIP() << "TCP port 135 is not to be had on this machine.";
-    set_endpoint(L"localhost", 0);
-    ASSERT_EQ(connect(), S_OK);
-    EXPECT_EQ(do_rpc(L"Mapped", L""), "<LabReply Command=\"Mapped\"></LabReply>");
 }
 
 TEST_F(Invoker, SurvivesTheServicesEnd) {

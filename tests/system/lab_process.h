@@ -14,7 +14,6 @@ public:
         EXPECT_NE(found, std::string::npos) << greeting_;
         return found == std::string::npos ? 0 : std::stoi(greeting_.substr(found + before.size()));
     }
-    bool maps_endpoints() const { return greeting_.find("serves the endpoint mapper") != std::string::npos; }
 
 private:
     std::string greeting_;
