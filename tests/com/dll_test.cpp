@@ -1,8 +1,13 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
 #include "KorvaProxyClient.h"
 #include "com/class_table.h"
 #include "tests/com/loaded_dll.h"
+#include "tests/logging/registry_setting.h"
 
 const creatable_class creatable_classes[7] = {
     {L"{2A09039A-33C1-4827-ABF6-587A0141DA22}", L"KorvaProxyClientDll.KorvaProxyClientLogging.1",
@@ -37,6 +42,37 @@ TEST_F(dll_test, ExportsTheFourFunctionsOfAServerAlone) {
     EXPECT_THAT(found,
                 ::testing::ElementsAre("DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer", "DllUnregisterServer"));
     EXPECT_EQ(exports.NumberOfFunctions, 4u);
+}
+
+TEST(Dll, OpensTheDefaultLogWithItsHeaderAsItIsLoaded) {
+    const std::filesystem::path folder = std::filesystem::temp_directory_path() / L"korva_dll_test";
+    std::filesystem::create_directories(folder);
+    {
+        const registry_setting_t setting(L"SOFTWARE\\Korva\\Quorvane", L"LogDirectory", folder.wstring());
+        ::FreeLibrary(::LoadLibraryW(L"KorvaProxyClient.dll"));
+    }
+    std::ifstream file(folder / L"Auxiliary.KorvaProxyClient.log");
+    const std::string log{std::istreambuf_iterator<char>(file), {}};
+    EXPECT_THAT(log, ::testing::HasSubstr(std::string(77, '=')));
+    EXPECT_THAT(log, ::testing::HasSubstr("Path to the executable module:"));
+    EXPECT_EQ(std::ranges::count(log, '}'), 1);
+    file.close();
+    EXPECT_EQ(std::filesystem::remove_all(folder), 2u) << "the log is closed with the library";
+}
+
+TEST_F(dll_test, CarriesTheScriptsOfClassesThatAreNoMore) {
+    const struct {
+        WORD id;
+        const char *clsid, *description;
+    } rows[] = {{103, "{75885B2A-6A05-4980-B510-8ACC01469501}", "InstallOptions Class"},
+                {104, "{76CF400D-605B-48DE-A8AC-AF1043B8FD83}", "KorvaHvClusterManager Class"},
+                {105, "{DCD22C8E-4837-48F4-83AA-7CB4A6E0474C}", "KorvaVssInfoManager Class"}};
+    for (const auto& row : rows) {
+        const HRSRC found = ::FindResourceW(module, MAKEINTRESOURCEW(row.id), L"REGISTRY");
+        ASSERT_NE(found, nullptr);
+        const std::string script(static_cast<const char*>(::LoadResource(module, found)), ::SizeofResource(module, found));
+        EXPECT_THAT(script, ::testing::HasSubstr(std::string(row.clsid) + " = s '" + row.description + "'"));
+    }
 }
 
 TEST_F(dll_test, HandsOutOneFactoryForEachClass) {

@@ -2,7 +2,6 @@
 
 #include <memory>
 #include <new>
-#include <stdexcept>
 
 #include "foundation/errors.h"
 #include "foundation/nesting.h"
@@ -26,15 +25,8 @@ struct row {
 };
 
 TEST_F(guard_test, EveryErrorIsLoggedAndLeavesAsItsHresultWithItsText) {
-    const auto rpc_text = exc::rpc_exc_t(1722).what() + std::string();
-    const auto code_text = exc::win_sys_exc_t("Failed.", 5).what() + std::string();
     const row rows[] = {
         {"own text", [] { throw exc::runtime_exc_t("own text"); }, 0x80020009, "own text", "ERR |own text"},
-        {"a code", [] { throw exc::win_sys_exc_t("Failed.", 5); }, 0x80070005, code_text, "ERR |Access denied."},
-        {"an RPC status", [] { throw exc::rpc_exc_t(1722); }, 0x800106BA, rpc_text, nullptr},
-        {"an HRESULT", [] { throw exc::com_exc_t(E_FAIL, "Parse failed."); }, 0x80020009,
-         " Error code: 0x80004005\nParse failed.", "ERR | Error code: 0x80004005"},
-        {"a standard one", [] { throw std::out_of_range("bad index"); }, 0x80020009, "bad index", "ERR |bad index"},
         {"out of memory", [] { throw std::bad_alloc(); }, 0x8007000E, std::nullopt, "ERR |std::bad_alloc"},
         {"an empty text", [] { throw exc::runtime_exc_t(""); }, 0x80020009, "", "ERR |Exception message is not available."},
         {"no exception at all", [] { throw 5; }, 0x80020009, "Exception message is not available.",
@@ -55,9 +47,7 @@ TEST_F(guard_test, EveryErrorIsLoggedAndLeavesAsItsHresultWithItsText) {
             EXPECT_EQ(error->source, __uuidof(IKorvaHvAsyncOp));
         }
         ASSERT_FALSE(log.texts().empty());
-        if (r.logged) {
-            EXPECT_EQ(log.texts().front(), r.logged);
-        }
+        EXPECT_EQ(log.texts().front(), r.logged);
     }
     impl->refresh = [] {};
     EXPECT_EQ(op->Refresh(), S_OK) << "the object stays usable";

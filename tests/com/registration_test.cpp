@@ -156,6 +156,16 @@ TEST_F(registration_test, LeavesWhatOthersPutBesideIt) {
     EXPECT_EQ(::RegDeleteKeyW(HKEY_CLASSES_ROOT, foreign.c_str()), ERROR_SUCCESS);
 }
 
+TEST_F(registration_test, FailsWithTheRegistrysOwnCode) {
+    win::unique_registry_key gone;
+    ::RegCreateKeyW(HKEY_CURRENT_USER, L"KorvaGone", gone.put());
+    ::RegDeleteKeyW(HKEY_CURRENT_USER, L"KorvaGone");
+    ASSERT_EQ(::RegOverridePredefKey(HKEY_CLASSES_ROOT, gone.get()), ERROR_SUCCESS);
+    const HRESULT result = register_server();
+    ASSERT_EQ(::RegOverridePredefKey(HKEY_CLASSES_ROOT, nullptr), ERROR_SUCCESS);
+    EXPECT_EQ(result, HRESULT_FROM_WIN32(ERROR_KEY_DELETED));
+}
+
 // A client thread in a single-threaded apartment gets the object itself. Wine knows no neutral apartment: for a client in the
 // multi-threaded one it puts the object in a thread of its own and calls it through the type library's marshaller.
 TEST_F(registration_test, LetsClientsCreateEveryClassByItsNames) {

@@ -7,9 +7,32 @@
 #include "foundation/automation.h"
 #include "foundation/com_ptr.h"
 #include "foundation/convert.h"
-#include "tests/com/interfaces.h"
 
 namespace {
+
+// What the type library must hold: each interface with its identifier, each member with its dispatch identifier and, where
+// that is another number, its slot.
+const char interfaces[] =
+#include "tests/com/interfaces.txt"
+    ;
+
+const char classes_and_constants[] = R"(EVSSProviderType ESystem 0
+EVSSProviderType EHardware 1
+EVSSProviderType ESoftware 2
+EAddFileOptions AddFileOptNone 0
+EAddFileOptions AddFileOptCluster 1
+EAddFileOptions AddFileOptCtUser 256
+EAddFileOptions AddFileOptStoreWithFile 512
+ERemoveFileOptions RemoveFileOptNone 0
+ERemoveFileOptions RemoveFileOptCluster 1
+KorvaProxyClientLogging 2a09039a-33c1-4827-abf6-587a0141da22
+KorvaDeployer 66ac1f6e-e1ba-48df-94e0-417ee180a956
+KorvaHvIntegrator 9091a1d5-9ea9-4a2a-a28d-d3a6d9b54b80
+KorvaVdiskMountManager 608a0da9-8913-4471-a4ab-cd9a1eaa6ff5
+KorvaHvClusterManager d6735e2d-7466-4c56-90ea-29a16e745c9a
+KorvaVssIsVolumesSupportedRequest 874bd6c5-2686-4da3-9543-f3fcdf6cab21
+KorvaProxyInvoker 056b45e0-d227-4254-bc3f-9e1fc5f50f08
+)";
 
 std::string type_text(ITypeInfo* info, const TYPEDESC& type) {
     switch (type.vt) {
