@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "foundation/automation.h"
 #include "foundation/com_ptr.h"
-#include "foundation/unique_resource.h"
 
 // A COM call that failed, with all that its error object says.
 class call_failed : public std::exception {
@@ -36,13 +36,6 @@ private:
     std::vector<std::string> lines_;
     std::string interface_, source_;
 };
-
-struct safe_array_traits {
-    using handle = SAFEARRAY*;
-    static handle invalid() noexcept { return nullptr; }
-    static void close(handle h) noexcept { ::SafeArrayDestroy(h); }
-};
-using unique_safe_array = win::unique_resource<safe_array_traits>;
 
 // Throws call_failed where the call failed.
 inline void check(const char* call, HRESULT result) {

@@ -9,8 +9,8 @@
 namespace {
 
 // 0, 1, 2, ...
-unique_safe_array make_block(ULONG size) {
-    unique_safe_array block(::SafeArrayCreateVector(VT_UI1, 0, size));
+win::unique_safe_array make_block(ULONG size) {
+    win::unique_safe_array block(::SafeArrayCreateVector(VT_UI1, 0, size));
     if (!block)
         throw std::bad_alloc();
     auto* const bytes = static_cast<unsigned char*>(block.get()->pvData);
@@ -38,8 +38,8 @@ void run_invoke(const options_t& options) {
          {{"Command", name}, {"Input", xml}, {"Reply", win::bstr_view(reply.get())}});
 
     constexpr ULONG sent = 4096;
-    const unique_safe_array block = make_block(sent);
-    unique_safe_array answer;
+    const win::unique_safe_array block = make_block(sent);
+    win::unique_safe_array answer;
     check("DoRpcWithBinary", invoker->DoRpcWithBinary(command.get(), input.get(), block.get(), reply.put(), answer.put()));
     const ULONG received = answer ? answer.get()->rgsabound[0].cElements : 0;
     show("DoRpcWithBinary", text::format("%1 bytes -> %2 bytes, %3", sent, received, win::bstr_view(reply.get())),

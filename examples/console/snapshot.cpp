@@ -10,7 +10,7 @@ namespace {
 
 constexpr wchar_t job[] = L"Nightly backup", console[] = L"korva-console";
 
-void show_files(const char* method, const std::wstring& machine, const unique_safe_array& files) {
+void show_files(const char* method, const std::wstring& machine, const win::unique_safe_array& files) {
     const auto* const paths = static_cast<const BSTR*>(files.get()->pvData);
     const ULONG count = files.get()->rgsabound[0].cElements;
     show(method, text::format("%1: %2 files", machine, count), {{"Machine", machine}, {"Files", count}});
@@ -52,7 +52,7 @@ std::vector<std::wstring> machines_of(const snapshot_ptr& snapshot, const option
 
 void read_files(const snapshot_ptr& snapshot, const std::wstring& machine, const saved_snapshot_t& saved) {
     const win::unique_bstr vm = win::make_bstr(machine);
-    unique_safe_array files;
+    win::unique_safe_array files;
     check("EnumVmFiles", snapshot->EnumVmFiles(vm.get(), files.put()));
     show_files("EnumVmFiles", machine, files);
     win::unique_bstr xml;
@@ -157,7 +157,7 @@ void run_import(const options_t& options) {
     run_and_end(
         [&] {
             for (const std::wstring& machine : saved.machines()) {
-                unique_safe_array files;
+                win::unique_safe_array files;
                 const win::unique_bstr list = win::make_bstr(read_file(saved.files_of(machine)));
                 check("ConvertOffhostPaths", offhost->ConvertOffhostPaths(id, list.get(), files.put()));
                 show_files("ConvertOffhostPaths", machine, files);
