@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstdint>
 #include <exception>
 #include <string>
 #include <vector>
 
+#include "foundation/errors.h"
 #include "foundation/nesting.h"
 
 // What a step throws: its lines, or "nothing".
@@ -17,7 +19,18 @@ std::vector<std::string> thrown(Step&& step) {
     return {"nothing"};
 }
 
-// The same, joined by line ends.
+// The code of a system error that it throws, or 0.
+template <class Step>
+std::uint32_t thrown_code(Step&& step) {
+    try {
+        step();
+    } catch (const exc::win_sys_exc_t& error) {
+        return error.code();
+    }
+    return 0;
+}
+
+// The lines joined by line ends.
 template <class Step>
 std::string thrown_text(Step&& step) {
     std::string text;

@@ -64,7 +64,7 @@ TEST_F(Lab, LogsWhatItIsAsked) {
     const std::array<unsigned char, 3> bytes = {0, 255, 7};
     CDoRpcWithBinaryMethod call(L"Get<\"Host\">", L"<Host name=\"gr\u00fcn\"/>", bytes);
     invoker_.Call(call);
-    EXPECT_THAT(text::narrow(call.output_xml()), StartsWith("<LabReply Command=\"Get&lt;&quot;Host&quot;>\">"));
+    EXPECT_THAT(text::narrow(call.output_xml()), StartsWith("<LabReply Command=\"Get&lt;&quot;Host&quot;&gt;\">"));
     EXPECT_THAT(lab::requests().take(),
                 ElementsAre("DoRpcWithBinary command=\"Get<\\\"Host\\\">\" input_xml=\"<Host name=\\\"gr\xc3\xbcn\\\"/>\" "
                             "data=<3 bytes>"));

@@ -39,7 +39,7 @@ public:
     std::vector<point_t> points;          // file references count from first_reference
     DWORD root_error = 0;
     std::uint32_t index_status = 0;
-    std::uint32_t end_status = 0x80000006;              // of a pass that finds nothing more
+    std::uint32_t end_status = 0x80000006;  // of a pass that finds nothing more
     DWORD privilege_error = 0;
     std::string missing_function;
 

@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 
 #include "foundation/convert.h"
-#include "tests/deploy/thrown.h"
 #include "tests/foundation/com_thread.h"
+#include "tests/foundation/thrown.h"
 
 using namespace impl::vdmount;
 using testing::ElementsAre;

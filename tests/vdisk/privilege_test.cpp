@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "logging/memory_receiver.h"
-#include "tests/deploy/thrown.h"
+#include "tests/foundation/thrown.h"
 
 namespace {
 

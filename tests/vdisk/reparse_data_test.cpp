@@ -7,7 +7,7 @@
 
 #include "foundation/convert.h"
 #include "foundation/errors.h"
-#include "tests/deploy/thrown.h"
+#include "tests/foundation/thrown.h"
 #include "vdisk/device_map.h"
 
 using namespace impl::vdmount;

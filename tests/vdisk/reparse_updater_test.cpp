@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 
 #include "logging/memory_receiver.h"
-#include "tests/deploy/thrown.h"
 #include "tests/foundation/com_thread.h"
+#include "tests/foundation/thrown.h"
 #include "tests/vdisk/model_volume.h"
 
 using namespace impl::vdmount;

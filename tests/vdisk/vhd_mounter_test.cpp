@@ -8,7 +8,7 @@
 #include "foundation/convert.h"
 #include "foundation/errors.h"
 #include "logging/memory_receiver.h"
-#include "tests/deploy/thrown.h"
+#include "tests/foundation/thrown.h"
 #include "vdisk/mount_manager.h"
 
 using namespace impl::vdmount;
