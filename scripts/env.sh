@@ -4,6 +4,8 @@ export WINEDEBUG="${WINEDEBUG:--all}"
 # No menu entries or file associations in the user's home.
 export WINEDLLOVERRIDES="winemenubuilder.exe=d"
 export DISPLAY=
+# Wine takes its code page from the locale: 1252 wherever this runs.
+export LC_ALL=C.UTF-8
 WINE=$(command -v wine64 || echo /usr/lib/wine/wine64)
 WINESERVER=$(ls /usr/lib/wine/wineserver64 /usr/lib/wine/wineserver 2>/dev/null | head -n 1 || true)
 session_owner=build/session.pid

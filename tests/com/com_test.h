@@ -5,7 +5,9 @@
 
 #include <oleauto.h>
 
+#include "com/class_factory.h"
 #include "com/module.h"
+#include "foundation/com_ptr.h"
 #include "tests/foundation/com_thread.h"
 #include "tests/foundation/error_object.h"
 
@@ -18,3 +20,13 @@ protected:
         ::SetErrorInfo(0, nullptr);
     }
 };
+
+// A new object of a creatable class.
+template <class Interface>
+win::com_ptr<Interface> create(const CLSID& clsid) {
+    win::com_ptr<IClassFactory> factory;
+    win::com_ptr<Interface> object;
+    EXPECT_EQ(com::get_class_object(clsid, IID_IClassFactory, reinterpret_cast<void**>(factory.put())), S_OK);
+    EXPECT_EQ(factory->CreateInstance(nullptr, __uuidof(Interface), reinterpret_cast<void**>(object.put())), S_OK);
+    return object;
+}

@@ -22,15 +22,6 @@ DWORD open_handles() {
     return count;
 }
 
-template <class Interface>
-win::com_ptr<Interface> create(const CLSID& clsid) {
-    win::com_ptr<IClassFactory> factory;
-    win::com_ptr<Interface> object;
-    EXPECT_EQ(com::get_class_object(clsid, IID_IClassFactory, reinterpret_cast<void**>(factory.put())), S_OK);
-    EXPECT_EQ(factory->CreateInstance(nullptr, __uuidof(Interface), reinterpret_cast<void**>(object.put())), S_OK);
-    return object;
-}
-
 // An object of each creatable class is made, used, made to fail and released.
 void use_logging() {
     EXPECT_EQ(create<IKorvaProxyClientLogging>(CLSID_KorvaProxyClientLogging)->SetLogPath(nullptr), DISP_E_EXCEPTION);

@@ -78,8 +78,6 @@ TEST_F(logging_object_test, SendsTheLogToTheFileInTheConsolesLayout) {
 }
 
 TEST_F(logging_object_test, APathThatTheCodePageCannotHoldFailsAndIsNotTaken) {
-    if (::GetACP() == CP_UTF8)
-        GTEST_SKIP() << "this code page holds every text";
     EXPECT_EQ(object_->SetLogPath(bstr(L"C:\\\u78c1.log").get()),
               static_cast<HRESULT>(0x80070000 | ERROR_NO_UNICODE_TRANSLATION));
     take_error();

@@ -38,11 +38,8 @@ protected:
     ~secrets() override { ::RemoveVectoredExceptionHandler(watcher_); }
 
     template <class Interface>
-    win::com_ptr<Interface> create(const CLSID& clsid) {
-        win::com_ptr<IClassFactory> factory;
-        win::com_ptr<Interface> object;
-        EXPECT_EQ(com::get_class_object(clsid, IID_IClassFactory, reinterpret_cast<void**>(factory.put())), S_OK);
-        EXPECT_EQ(factory->CreateInstance(nullptr, __uuidof(Interface), reinterpret_cast<void**>(object.put())), S_OK);
+    win::com_ptr<Interface> create_client(const CLSID& clsid) {
+        const auto object = create<Interface>(clsid);
         EXPECT_EQ(object->SetEndpoint(make_bstr(L"127.0.0.1").get(), static_cast<int>(lab_port())), S_OK);
         EXPECT_EQ(object->SetAccount(make_bstr(L"CORP\\user").get(), make_bstr(password).get()), S_OK);
         EXPECT_EQ(object->SetAccount(make_bstr(L"CORP\\user").get(), make_bstr(password).get()), S_OK) << "replaces the first";
@@ -76,16 +73,16 @@ void secrets::use_every_class() {
     const auto version = make_bstr(L"6.0"), failing = make_bstr(L"Lab.Fail"), text = make_bstr(L"It fails.");
     win::unique_bstr answer;
     {
-        const auto invoker = create<IProxyRpcInvoker>(CLSID_KorvaProxyInvoker);
+        const auto invoker = create_client<IProxyRpcInvoker>(CLSID_KorvaProxyInvoker);
         expect(true, invoker->Connect(version.get()));
         expect(true, invoker->TestConnection(version.get()));
         expect(false, invoker->DoRpc(failing.get(), text.get(), answer.put()));
-        const auto lost = create<IProxyRpcInvoker>(CLSID_KorvaProxyInvoker);
+        const auto lost = create_client<IProxyRpcInvoker>(CLSID_KorvaProxyInvoker);
         expect(true, lost->SetEndpoint(make_bstr(L"no.such.host.invalid").get(), 9));
         expect(false, lost->TestConnection(version.get()));
     }
     {
-        const auto deployer = create<IKorvaDeployer>(CLSID_KorvaDeployer);
+        const auto deployer = create_client<IKorvaDeployer>(CLSID_KorvaDeployer);
         int number = 0;
         expect(true, deployer->Connect());
         expect(true, deployer->get_ServiceVersion(&number));
@@ -94,14 +91,14 @@ void secrets::use_every_class() {
         expect(false, deployer->UpgradeServiceDll(make_bstr(L"C:\\none.dll").get()));
     }
     {
-        const auto integrator = create<IKorvaHvIntegrator>(CLSID_KorvaHvIntegrator);
+        const auto integrator = create_client<IKorvaHvIntegrator>(CLSID_KorvaHvIntegrator);
         win::com_ptr<IKorvaHvRestoreMngr> restore;
         expect(true, integrator->TestConnection());
         expect(true, integrator->get_RestoreMngr(restore.put()));
         expect(false, restore->CloseSession(GUID_NULL));
     }
     {
-        const auto cluster = create<IKorvaHvClusterManager>(CLSID_KorvaHvClusterManager);
+        const auto cluster = create_client<IKorvaHvClusterManager>(CLSID_KorvaHvClusterManager);
         win::com_ptr<IEnumClusterVolumes> volumes;
         expect(true, cluster->get_ClusterVolumes(volumes.put()));
         expect(false, cluster->GetResourceIDByName(make_bstr(L"no such resource").get(), answer.put()));

@@ -37,8 +37,7 @@ TEST(Accounts, LogOnWithNewCredentialsInTheCodePageOfTheProcess) {
         *token = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
         return TRUE;
     };
-    if (::GetACP() != 1252)
-        GTEST_SKIP() << "code page " << ::GetACP() << " instead of 1252";
+    ASSERT_EQ(::GetACP(), 1252u) << "the tests' code page, see scripts/env.sh";
     EXPECT_TRUE(win::logon(L"KORVA\\J\u00f6rg", L"s\u00e9same", functions));
 }
 
