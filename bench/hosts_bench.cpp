@@ -1,5 +1,6 @@
 // 1, 8 and 64 clients in as many threads, each with an endpoint of its own in one of four processes: calls a second in all,
-// and the client's processor time for each call.
+// and the client's processor time for each call; beside as many bare stubs, which show what the platform allows.
+#include <map>
 #include <thread>
 
 #include "bench/harness.h"
@@ -19,30 +20,39 @@ int main(int argc, char** argv) {
         for (unsigned i = 0; i < most; ++i)
             clients.push_back(bench::make_client(hosts[i % processes]->ports()[i / processes]));
 
+        // Every client's share of the calls in a thread of its own.
+        const auto on_threads = [&](unsigned count, const auto& share) {
+            std::vector<std::jthread> threads;
+            for (unsigned client = 0; client < count; ++client)
+                threads.emplace_back([&, client] { share(*clients[client], calls / count); });
+        };
+        std::map<unsigned, std::vector<double>> used;
+        const auto through_client = [&](unsigned count) {
+            return bench::contender_t{std::to_string(count) + " clients", [&, count] {
+                                          const double before = bench::processor_seconds();
+                                          on_threads(count, [](win::rpc::CRpcClientBase& client, unsigned share) {
+                                              for (unsigned call = 0; call < share; ++call)
+                                                  bench::call(client);
+                                          });
+                                          used[count].push_back((bench::processor_seconds() - before) / calls);
+                                      }};
+        };
+        const auto by_stub = [&](unsigned count) {
+            return bench::contender_t{std::to_string(count) + " bare stubs",
+                                      [&, count] { on_threads(count, bench::call_bare); }};
+        };
+
         bench::bench_t bench("hosts", argc, argv);
-        std::vector<bench::contender_t> contenders;
-        std::vector<double> used[3];
-        const unsigned counts[] = {1, 8, most};
-        for (std::size_t i = 0; i < std::size(counts); ++i) {
-            const auto run = [&, count = counts[i], &used = used[i]] {
-                const double before = bench::processor_seconds();
-                std::vector<std::jthread> threads;
-                for (unsigned client = 0; client < count; ++client)
-                    threads.emplace_back([&, client] {
-                        for (unsigned call = 0; call < calls / count; ++call)
-                            bench::call(*clients[client]);
-                    });
-                threads.clear();
-                used.push_back((bench::processor_seconds() - before) / calls);
-            };
-            contenders.push_back({std::to_string(counts[i]) + " clients", run});
-        }
-        const auto result = bench.compare("small commands to many hosts", calls, "calls", contenders);
-        for (std::size_t i = 0; i < std::size(counts); ++i)
-            bench.figure(contenders[i].name + ": client CPU, microseconds a call", bench::median(used[i]) * 1e6);
+        const auto result =
+            bench.compare("small commands to many hosts", calls, "calls",
+                          {through_client(1), through_client(8), through_client(most), by_stub(8), by_stub(most)}, 5);
+        for (auto& [count, seconds] : used)
+            bench.figure(std::to_string(count) + " clients: client CPU, microseconds a call", bench::median(seconds) * 1e6);
         bench.aim("calls a second, 64 clients to 8", result.rate_ratio("64 clients", "8 clients"), 1);
+        bench.figure("calls a second, 64 bare stubs to 8", result.rate_ratio("64 bare stubs", "8 bare stubs"));
+        bench.figure("calls a second, 64 clients to 64 bare stubs", result.rate_ratio("64 clients", "64 bare stubs"));
         bench.figure("calls a second, 8 clients to 1", result.rate_ratio("8 clients", "1 clients"));
-        bench.aim_at_most("client CPU per call, 64 clients to 1", bench::median(used[2]) / bench::median(used[0]), 1.2);
+        bench.aim_at_most("client CPU per call, 64 clients to 1", bench::median(used[most]) / bench::median(used[1]), 1.2);
         return bench.finish();
     });
 }
