@@ -19,10 +19,15 @@ else
         names+=("${file%_bench.cpp}")
     done
 fi
-[ -e build/release/build.ninja ] || cmake --preset release >/dev/null
-cmake --build --preset release --target "${names[@]/%/_bench}"
+build release "${names[@]/%/_bench}"
 wine_session
+# One table that hangs or fails does not keep the others from being measured.
+failed=()
 for name in "${names[@]}"; do
     echo "== $name"
-    "$WINE" "build/release/bin/${name}_bench.exe" "build/bench/$name.json"
+    timeout 600 "$WINE" "build/release/bin/${name}_bench.exe" "build/bench/$name.json" || failed+=("$name")
 done
+if [ ${#failed[@]} -gt 0 ]; then
+    echo "Failed: ${failed[*]}" >&2
+    exit 1
+fi

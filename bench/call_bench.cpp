@@ -8,7 +8,7 @@ int main(int argc, char** argv) {
     return bench::run(argc, argv, [&] {
         constexpr unsigned calls = 2000;
         logging::open_default_log();
-        const bench::served_peers peers(bench::served_peers::what::invoker);
+        const bench::served_peers peers("invoker");
         const auto client = bench::make_client(peers.ports().front());
 
         bench::bench_t bench("call", argc, argv);

@@ -4,70 +4,40 @@
 
 #include <oleauto.h>
 
-#include <stdexcept>
-
-#include "KorvaProxyClient.h"
+#include "bench/dll_object.h"
 #include "bench/harness.h"
 #include "bench/invoker_client.h"
 #include "bench/served_peer.h"
+#include "foundation/automation.h"
 
 namespace {
 
 constexpr unsigned calls = 2000;
 
-void check(HRESULT result) {
-    if (FAILED(result))
-        throw std::runtime_error("a COM call failed");
-}
-
-IProxyRpcInvoker* create_invoker() {
-    const HMODULE module = ::LoadLibraryW(L"KorvaProxyClient.dll");
-    const auto get_class_object = reinterpret_cast<HRESULT(WINAPI*)(REFCLSID, REFIID, void**)>(
-        reinterpret_cast<void*>(::GetProcAddress(module, "DllGetClassObject")));
-    IClassFactory* factory = nullptr;
-    check(get_class_object(CLSID_KorvaProxyInvoker, IID_IClassFactory, reinterpret_cast<void**>(&factory)));
-    IProxyRpcInvoker* invoker = nullptr;
-    check(factory->CreateInstance(nullptr, IID_IProxyRpcInvoker, reinterpret_cast<void**>(&invoker)));
-    factory->Release();
-    return invoker;
-}
-
-class bstr {
-public:
-    explicit bstr(const wchar_t* text) : text_(::SysAllocString(text)) {}
-    ~bstr() { ::SysFreeString(text_); }
-    bstr(const bstr&) = delete;
-    bstr& operator=(const bstr&) = delete;
-    operator BSTR() const { return text_; }
-
-private:
-    BSTR text_;
-};
+using bench::check;
 
 void call_early(IProxyRpcInvoker& invoker) {
-    const bstr command(bench::command_name), input(bench::input_xml);
-    BSTR output = nullptr;
-    check(invoker.DoRpc(command, input, &output));
-    ::SysFreeString(output);
+    const auto command = win::make_bstr(bench::command_name), input = win::make_bstr(bench::input_xml);
+    win::unique_bstr output;
+    check(invoker.DoRpc(command.get(), input.get(), output.put()));
 }
 
 // As a script does it: the name is looked up at every call.
 void call_late(IDispatch& invoker) {
-    const bstr command(bench::command_name), input(bench::input_xml);
-    BSTR output = nullptr;
+    const auto command = win::make_bstr(bench::command_name), input = win::make_bstr(bench::input_xml);
+    win::unique_bstr output;
     wchar_t name[] = L"DoRpc";
     wchar_t* names[] = {name};
     DISPID id = 0;
     check(invoker.GetIDsOfNames(IID_NULL, names, 1, LOCALE_USER_DEFAULT, &id));
     VARIANTARG arguments[3]{};  // the last first
     V_VT(&arguments[0]) = VT_BYREF | VT_BSTR;
-    V_BSTRREF(&arguments[0]) = &output;
+    V_BSTRREF(&arguments[0]) = output.put();
     V_VT(&arguments[1]) = V_VT(&arguments[2]) = VT_BSTR;
-    V_BSTR(&arguments[1]) = input;
-    V_BSTR(&arguments[2]) = command;
+    V_BSTR(&arguments[1]) = input.get();
+    V_BSTR(&arguments[2]) = command.get();
     DISPPARAMS parameters{arguments, nullptr, 3, 0};
     check(invoker.Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &parameters, nullptr, nullptr, nullptr));
-    ::SysFreeString(output);
 }
 
 template <class Call>
@@ -83,14 +53,14 @@ std::function<void()> repeated(Call call) {
 int main(int argc, char** argv) {
     return bench::run(argc, argv, [&] {
         check(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
-        const bench::served_peers peers(bench::served_peers::what::invoker);
+        const bench::served_peers peers("invoker");
         const unsigned port = peers.ports().front();
         const auto client = bench::make_client(port);
-        IProxyRpcInvoker& invoker = *create_invoker();
-        const bstr host(L"127.0.0.1"), user(L"KORVA\\admin"), password(L"password"), version(L"");
-        check(invoker.SetEndpoint(host, static_cast<int>(port)));
-        check(invoker.SetAccount(user, password));
-        check(invoker.Connect(version));
+        const auto object = bench::create_from<IProxyRpcInvoker>(bench::load_module(), CLSID_KorvaProxyInvoker);
+        IProxyRpcInvoker& invoker = *object.get();
+        check(invoker.SetEndpoint(win::make_bstr(L"127.0.0.1").get(), static_cast<int>(port)));
+        check(invoker.SetAccount(win::make_bstr(L"KORVA\\admin").get(), win::make_bstr(L"password").get()));
+        check(invoker.Connect(win::make_bstr(L"").get()));
 
         bench::bench_t bench("com", argc, argv);
         const auto result = bench.compare("a small command through COM", calls, "calls",
@@ -101,7 +71,6 @@ int main(int argc, char** argv) {
         bench.aim("early bound to bare stub", result.rate_ratio("early bound", "bare stub"), 0.90);
         bench.figure("late bound to bare stub", result.rate_ratio("late bound", "bare stub"));
         bench.figure("late bound to early bound", result.rate_ratio("late bound", "early bound"));
-        invoker.Release();
         return bench.finish();
     });
 }

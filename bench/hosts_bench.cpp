@@ -15,7 +15,7 @@ int main(int argc, char** argv) {
         logging::open_default_log();
         std::vector<std::unique_ptr<bench::served_peers>> hosts;
         for (unsigned i = 0; i < processes; ++i)
-            hosts.push_back(std::make_unique<bench::served_peers>(bench::served_peers::what::invoker, most / processes));
+            hosts.push_back(std::make_unique<bench::served_peers>("invoker", most / processes));
         std::vector<std::shared_ptr<win::rpc::CRpcClientBase>> clients;
         for (unsigned i = 0; i < most; ++i)
             clients.push_back(bench::make_client(hosts[i % processes]->ports()[i / processes]));
@@ -26,16 +26,15 @@ int main(int argc, char** argv) {
             for (unsigned client = 0; client < count; ++client)
                 threads.emplace_back([&, client] { share(*clients[client], calls / count); });
         };
-        std::map<unsigned, std::vector<double>> used;
+        std::map<unsigned, bench::processor_times> used;
         const auto through_client = [&](unsigned count) {
-            return bench::contender_t{std::to_string(count) + " clients", [&, count] {
-                                          const double before = bench::processor_seconds();
-                                          on_threads(count, [](win::rpc::CRpcClientBase& client, unsigned share) {
-                                              for (unsigned call = 0; call < share; ++call)
-                                                  bench::call(client);
-                                          });
-                                          used[count].push_back((bench::processor_seconds() - before) / calls);
-                                      }};
+            const auto run = [&, count] {
+                on_threads(count, [](win::rpc::CRpcClientBase& client, unsigned share) {
+                    for (unsigned call = 0; call < share; ++call)
+                        bench::call(client);
+                });
+            };
+            return bench::contender_t{std::to_string(count) + " clients", used[count].around(run)};
         };
         const auto by_stub = [&](unsigned count) {
             return bench::contender_t{std::to_string(count) + " bare stubs",
@@ -46,13 +45,13 @@ int main(int argc, char** argv) {
         const auto result =
             bench.compare("small commands to many hosts", calls, "calls",
                           {through_client(1), through_client(8), through_client(most), by_stub(8), by_stub(most)}, 5);
-        for (auto& [count, seconds] : used)
-            bench.figure(std::to_string(count) + " clients: client CPU, microseconds a call", bench::median(seconds) * 1e6);
+        for (const auto& [count, times] : used)
+            bench.figure(std::to_string(count) + " clients: client CPU, microseconds a call", times.median() / calls * 1e6);
         bench.aim("calls a second, 64 clients to 8", result.rate_ratio("64 clients", "8 clients"), 1);
         bench.figure("calls a second, 64 bare stubs to 8", result.rate_ratio("64 bare stubs", "8 bare stubs"));
         bench.figure("calls a second, 64 clients to 64 bare stubs", result.rate_ratio("64 clients", "64 bare stubs"));
         bench.figure("calls a second, 8 clients to 1", result.rate_ratio("8 clients", "1 clients"));
-        bench.aim_at_most("client CPU per call, 64 clients to 1", bench::median(used[most]) / bench::median(used[1]), 1.2);
+        bench.aim_at_most("client CPU per call, 64 clients to 1", used[most].median() / used[1].median(), 1.2);
         return bench.finish();
     });
 }

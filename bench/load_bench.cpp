@@ -2,42 +2,30 @@
 // file.
 #include <windows.h>
 
-#include <oleauto.h>
-
 #include <stdexcept>
 
-#include "KorvaProxyClient.h"
+#include "bench/dll_object.h"
 #include "bench/harness.h"
 
 namespace {
 
 constexpr unsigned loads = 40;
 
-void check(bool good, const char* what) {
-    if (!good)
-        throw std::runtime_error(what);
+void unload(HMODULE module, const wchar_t* name) {
+    ::FreeLibrary(module);
+    if (::GetModuleHandleW(name))
+        throw std::runtime_error("the DLL stays loaded");
 }
 
 void load_and_use() {
-    const HMODULE module = ::LoadLibraryW(L"KorvaProxyClient.dll");
-    check(module != nullptr, "KorvaProxyClient.dll is not there");
-    const auto get_class_object = reinterpret_cast<HRESULT(WINAPI*)(REFCLSID, REFIID, void**)>(
-        reinterpret_cast<void*>(::GetProcAddress(module, "DllGetClassObject")));
-    IClassFactory* factory = nullptr;
-    check(get_class_object(CLSID_KorvaProxyInvoker, IID_IClassFactory, reinterpret_cast<void**>(&factory)) == S_OK, "no class");
-    IUnknown* object = nullptr;
-    check(factory->CreateInstance(nullptr, IID_IProxyRpcInvoker, reinterpret_cast<void**>(&object)) == S_OK, "no object");
-    object->Release();
-    factory->Release();
-    ::FreeLibrary(module);
-    check(::GetModuleHandleW(L"KorvaProxyClient.dll") == nullptr, "the DLL stays loaded");
+    const HMODULE module = bench::load_module();
+    bench::create_from<IUnknown>(module, CLSID_KorvaProxyInvoker);
+    unload(module, bench::module_name);
 }
 
 void load_baseline() {
-    const HMODULE module = ::LoadLibraryW(L"load_baseline.dll");
-    check(module != nullptr, "load_baseline.dll is not there");
-    ::FreeLibrary(module);
-    check(::GetModuleHandleW(L"load_baseline.dll") == nullptr, "the baseline stays loaded");
+    constexpr const wchar_t* name = L"load_baseline.dll";
+    unload(::LoadLibraryW(name), name);
 }
 
 }  // namespace

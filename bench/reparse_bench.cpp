@@ -2,11 +2,10 @@
 // deduplicated files; how the time grows with the entries, and how much memory the entries take.
 #include <windows.h>
 
-#include <psapi.h>
-
 #include <cstdlib>
 
 #include "bench/harness.h"
+#include "tests/process_state.h"
 #include "tests/vdisk/model_volume.h"
 #include "vdisk/reparse_updater.h"
 
@@ -41,14 +40,7 @@ void update(std::size_t entries) {
     }
 }
 
-double peak_memory() {
-    PROCESS_MEMORY_COUNTERS counters{};
-    if (!::K32GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof counters) || counters.PeakWorkingSetSize == 0) {
-        std::fprintf(stderr, "the system does not tell the peak of memory\n");
-        std::exit(1);
-    }
-    return static_cast<double>(counters.PeakWorkingSetSize);
-}
+double peak_memory() { return static_cast<double>(process_state::memory().PeakWorkingSetSize); }
 
 }  // namespace
 

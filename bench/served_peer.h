@@ -39,13 +39,37 @@ inline wire::behaviour_t answering(const wire::table_t& table) {
     return behaviour;
 }
 
-// The other process's main: `count` peers for each of the tables; the ports go to the standard output. Ends when the process
-// that started it does.
-inline int serve(std::span<const wire::table_t> tables, unsigned count) {
+// As answering(), but every block of a file is written whole: the count goes from the request, behind the file's handle, to the
+// front of the reply.
+inline wire::behaviour_t writing_files(const wire::table_t& deployment) {
+    constexpr std::uint16_t write_file = 3;
+    constexpr std::size_t handle_size = 20, count_size = 4;
+    wire::behaviour_t behaviour = answering(deployment);
+    behaviour.reply = [&deployment, others = std::move(behaviour.reply)](const wire::request_t& request,
+                                                                         std::uint32_t call_id) {
+        if (request.operation != write_file || request.stub.size() < handle_size + count_size)
+            return others(request, call_id);
+        const auto row = std::find_if(deployment.rows.begin(), deployment.rows.end(),
+                                      [](const wire::row_t& candidate) { return candidate.operation == write_file; });
+        wire::bytes reply = wire::parse(row->reply);
+        std::copy_n(request.stub.begin() + handle_size, count_size, reply.begin());
+        return wire::response_pdus(call_id, reply);
+    };
+    return behaviour;
+}
+
+constexpr std::string_view everything = "everything";
+
+// The other process's main: `count` peers for the table of that name, or for each of them; the ports go to the standard output.
+// Ends when the process that started it does.
+inline int serve(std::string_view served, unsigned count) {
     std::vector<std::unique_ptr<wire::peer>> peers;
     for (unsigned i = 0; i < count; ++i) {
-        for (const wire::table_t& table : tables)
-            peers.push_back(std::make_unique<wire::peer>(std::vector{answering(table)}));
+        for (const wire::table_t& table : wire::golden_tables()) {
+            if (served == everything || served == table.name)
+                peers.push_back(std::make_unique<wire::peer>(
+                    std::vector{served == "deployment" ? writing_files(table) : answering(table)}));
+        }
     }
     for (const auto& peer : peers)
         std::printf("%u\n", peer->port());
@@ -58,9 +82,8 @@ inline int serve(std::span<const wire::table_t> tables, unsigned count) {
 // This program again, as such a process.
 class served_peers {
 public:
-    // `count` peers of the invoker service, or one of every table.
-    enum class what { invoker, everything };
-    explicit served_peers(what served, unsigned count = 1) {
+    // `count` peers of the golden table of that name, or one of each where it is `everything`.
+    explicit served_peers(std::string_view served, unsigned count = 1) {
         SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
         win::unique_handle input, output;
         if (!::CreatePipe(input.put(), input_end_.put(), &inherited, 0) ||
@@ -70,8 +93,8 @@ public:
         ::SetHandleInformation(output_end_.get(), HANDLE_FLAG_INHERIT, 0);
         wchar_t program[MAX_PATH];
         ::GetModuleFileNameW(nullptr, program, MAX_PATH);
-        std::wstring command = L"\"" + std::wstring(program) + L"\" --serve " +
-                               (served == what::invoker ? L"invoker " : L"everything ") + std::to_wstring(count);
+        std::wstring command = L"\"" + std::wstring(program) + L"\" --serve " + std::wstring(served.begin(), served.end()) +
+                               L" " + std::to_wstring(count);
         STARTUPINFOW startup{};
         startup.cb = sizeof startup;
         startup.dwFlags = STARTF_USESTDHANDLES;
@@ -84,7 +107,7 @@ public:
         const win::unique_handle thread(process.hThread);
         process_.reset(process.hProcess);
         output.reset();
-        read_ports(count * (served == what::invoker ? 1 : wire::golden_tables().size()));
+        read_ports(served == everything ? wire::golden_tables().size() : count);
     }
     ~served_peers() {
         input_end_.reset();
@@ -93,7 +116,7 @@ public:
     served_peers(const served_peers&) = delete;
     served_peers& operator=(const served_peers&) = delete;
 
-    // Of `everything`: in the order of wire::golden_tables().
+    // Of everything: in the order of wire::golden_tables().
     const std::vector<unsigned>& ports() const noexcept { return ports_; }
 
 private:
@@ -118,11 +141,8 @@ private:
 template <class Measure>
 int run(int argc, char** argv, Measure&& measure) {
     try {
-        if (argc == 4 && std::strcmp(argv[1], "--serve") == 0) {
-            const std::span<const wire::table_t> all = wire::golden_tables();
-            const bool invoker = std::strcmp(argv[2], "invoker") == 0;
-            return serve(invoker ? all.last(1) : all, static_cast<unsigned>(std::strtoul(argv[3], nullptr, 10)));
-        }
+        if (argc == 4 && std::strcmp(argv[1], "--serve") == 0)
+            return serve(argv[2], static_cast<unsigned>(std::strtoul(argv[3], nullptr, 10)));
         return measure();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());

@@ -74,11 +74,11 @@ int main(int argc, char** argv) {
     bench::bench_t bench("xml", argc, argv);
     const auto growth = bench.compare(
         "items list, two sizes", large, "items",
-        {{"100,000 items", [&] { read(large_list, large); }}, {"10,000 items", [&] { read(small_list, small); }}});
+        {{"100,000 items", [&] { read(large_list, large); }}, {"10,000 items", [&] { read(small_list, small); }}}, 5);
     bench.aim_at_most("time of 100,000 to 10,000 items", growth.time_ratio("100,000 items", "10,000 items"), 13);
     const auto beside =
         bench.compare("items list beside a bare walk", large, "items",
-                      {{"items list", [&] { read(large_list, large); }}, {"bare walk", [&] { walk(large_list, large); }}});
+                      {{"items list", [&] { read(large_list, large); }}, {"bare walk", [&] { walk(large_list, large); }}}, 5);
     bench.aim("items list to bare walk", beside.rate_ratio("items list", "bare walk"), 0.7);
     return bench.finish();
 }

@@ -88,7 +88,8 @@ void run(const std::stop_token& stop, const unique_socket& listener, std::span<c
         });
         if (FD_ISSET(listener.get(), &readable)) {
             unique_socket accepted(::accept(listener.get(), nullptr, nullptr));
-            if (accepted && connections.size() < FD_SETSIZE - 1)
+            u_long on = 1;  // who sends and never reads loses its connection, and holds up nobody
+            if (accepted && ::ioctlsocket(accepted.get(), FIONBIO, &on) == 0 && connections.size() < FD_SETSIZE - 1)
                 connections.push_back({std::move(accepted), {}});
         }
     }

@@ -14,14 +14,21 @@ session_owner=build/session.pid
 make_prefix() {
     [ -e "$WINEPREFIX/.complete" ] && return
     echo "-- making the Wine prefix"
-    rm -rf "$WINEPREFIX"
-    mkdir -p "$WINEPREFIX/home"
-    # Without .NET and HTML engines nothing is offered for download, and with a home of its own nothing comes from the user's.
-    HOME="$WINEPREFIX/home" WINEDLLOVERRIDES="$WINEDLLOVERRIDES;mscoree,mshtml=d" "$WINE" wineboot -i >build/wineboot.log 2>&1 </dev/null || {
-        tail -n 20 build/wineboot.log >&2
-        exit 1
-    }
-    "$WINESERVER" -w
+    (
+        # wineboot ends neither soon nor surely by Ctrl-C: it runs beside this, and its server ends it.
+        trap '"$WINESERVER" -k >/dev/null 2>&1 || true' EXIT
+        trap 'exit 130' INT TERM HUP
+        rm -rf "$WINEPREFIX"
+        mkdir -p "$WINEPREFIX/home"
+        # Without .NET and HTML engines nothing is offered for download, and with a home of its own nothing comes from the user's.
+        HOME="$WINEPREFIX/home" WINEDLLOVERRIDES="$WINEDLLOVERRIDES;mscoree,mshtml=d" "$WINE" wineboot -i >build/wineboot.log 2>&1 </dev/null &
+        wait $! || {
+            tail -n 20 build/wineboot.log >&2
+            exit 1
+        }
+        "$WINESERVER" -w
+        trap - EXIT
+    )
     # Wine links the user's folders (Documents, ...) to places under the home: plain folders instead.
     find "$WINEPREFIX/drive_c/users" -type l -exec sh -c 'for link; do rm "$link" && mkdir "$link"; done' sh {} +
     touch "$WINEPREFIX/.complete"
