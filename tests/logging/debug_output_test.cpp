@@ -4,9 +4,11 @@
 
 #include <memory>
 #include <optional>
+#include <string>
+#include <utility>
 
 #include "tests/foundation/thrown.h"
-#include "tests/logging/child.h"
+#include "tests/logging/child_role.h"
 #include "tests/logging/registry_setting.h"
 
 namespace {
@@ -21,19 +23,13 @@ class listener_t {
 public:
     explicit listener_t(std::uint16_t port) {
         WSADATA data;
-        ::WSAStartup(MAKEWORD(2, 2), &data);
+        ::WSAStartup(MAKEWORD(2, 2), &data);  // for the rest of the process
         socket_.reset(::socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP));
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
+        sockaddr_in address{AF_INET, ::htons(port), {}, {}};
         address.sin_addr.s_addr = ::htonl(INADDR_LOOPBACK);
-        address.sin_port = ::htons(port);
         EXPECT_EQ(::bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
         u_long nonblocking = 1;
         ::ioctlsocket(socket_.get(), FIONBIO, &nonblocking);
-    }
-    ~listener_t() {
-        socket_.reset();
-        ::WSACleanup();
     }
 
     // A datagram to this machine itself is there as soon as it is sent.
@@ -52,83 +48,80 @@ private:
     sockaddr_in sender_{};
 };
 
-std::string* debugger_output = nullptr;
+std::string debugger_output;
 
 // The debugger's output arrives as an exception that nobody else handles.
 LONG CALLBACK on_debug_output(EXCEPTION_POINTERS* info) {
-    if (debugger_output && info->ExceptionRecord->ExceptionCode == DBG_PRINTEXCEPTION_C)
-        *debugger_output += reinterpret_cast<const char*>(info->ExceptionRecord->ExceptionInformation[1]);
+    if (info->ExceptionRecord->ExceptionCode == DBG_PRINTEXCEPTION_C)
+        debugger_output += reinterpret_cast<const char*>(info->ExceptionRecord->ExceptionInformation[1]);
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
-TEST(DebugOutput, GoesToTheDebuggerAndNowhereElseByItself) {
-    const registry_setting_t disabled(key, L"ExtLogEnabled", DWORD{0});
-    listener_t listener(37183);
-    std::string output;
-    debugger_output = &output;
+TEST(DebugOutput, GoesToTheDebuggerAndACopyWhereTheRegistrySays) {
+    struct row_t {
+        std::optional<DWORD> enabled, port;
+        std::optional<std::wstring> host;
+        std::uint16_t listens_at;
+        bool arrives;
+    };
+    const row_t rows[] = {
+        {{}, 37183, {}, 37183, false},
+        {0, {}, {}, 37183, false},
+        {1, {}, {}, 37183, true},
+        {5, 40123, L"127.0.0.1", 40123, true},
+        {1, 40123, L"255.255.255.255", 40123, false},  // the system sends nothing to everybody unasked
+    };
     void* const handler = ::AddVectoredExceptionHandler(1, on_debug_output);
-    COutputDebugStringLog log;
-    log.write("one\r\n");
+    for (const row_t& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        std::optional<registry_setting_t> settings[3];
+        const auto set = [](auto& setting, const wchar_t* name, const auto& value) {
+            if (value)
+                setting.emplace(key, name, *value);
+        };
+        set(settings[0], L"ExtLogEnabled", row.enabled);
+        set(settings[1], L"ExtLogPort", row.port);
+        set(settings[2], L"ExtLogHost", row.host);
+        listener_t listener(row.listens_at);
+        COutputDebugStringLog log;
+        for (const std::string lines : {"one\r\ntwo \xe4\xb8\xad\r\n", "three\r\n"}) {
+            log.write(lines);
+            EXPECT_EQ(std::exchange(debugger_output, {}), lines);
+            EXPECT_EQ(listener.received(), row.arrives ? std::optional(lines) : std::nullopt);
+        }
+    }
     ::RemoveVectoredExceptionHandler(handler);
-    debugger_output = nullptr;
-    EXPECT_EQ(output, "one\r\n");
-    EXPECT_EQ(listener.received(), std::nullopt);
-    EXPECT_EQ(log.eol(), "\r\n");
-    EXPECT_EQ(log.size(), 0u);
-
-    ::RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, key, L"ExtLogEnabled");
-    const registry_setting_t port_alone(key, L"ExtLogPort", 37183);
-    COutputDebugStringLog().write("two\r\n");
-    EXPECT_EQ(listener.received(), std::nullopt);
 }
 
-TEST(DebugOutput, SendsACopyToTheDefaultAddress) {
+TEST(DebugOutput, ChildProcessesDoNotInheritTheSocket) {
     const registry_setting_t enabled(key, L"ExtLogEnabled", 1);
     listener_t listener(37183);
     auto log = std::make_unique<COutputDebugStringLog>();
-    log->write("one\r\ntwo \xe4\xb8\xad\r\n");
-    log->write("three\r\n");
-    EXPECT_EQ(listener.received(), "one\r\ntwo \xe4\xb8\xad\r\n");
-    EXPECT_EQ(listener.received(), "three\r\n");
-    EXPECT_EQ(listener.received(), std::nullopt);
-
-    child::process_t other("stay", {}, true);
-    other.wait_until_ready();
+    log->write("one\r\n");
+    EXPECT_TRUE(listener.received());
+    const child_role other("stay");
     log.reset();
-    listener_t same_port(listener.port_of_sender());  // fails where the child has inherited the socket
-}
-
-TEST(DebugOutput, SendsTheCopyWhereTheRegistrySays) {
-    const registry_setting_t enabled(key, L"ExtLogEnabled", 5);
-    const registry_setting_t host(key, L"ExtLogHost", L"127.0.0.1");
-    const registry_setting_t port(key, L"ExtLogPort", 40123);
-    listener_t listener(40123);
-    COutputDebugStringLog log;
-    log.write("one\r\n");
-    EXPECT_EQ(listener.received(), "one\r\n");
-
-    const registry_setting_t nowhere(key, L"ExtLogHost", L"255.255.255.255");  // the system sends nothing to everybody unasked
-    COutputDebugStringLog().write("two\r\n");
-    EXPECT_EQ(listener.received(), std::nullopt);
+    listener_t same_port(listener.port_of_sender());  // fails where the child has it
 }
 
 TEST(DebugOutput, WrongSettingsFailOnceAndLeaveTheCopyOff) {
     // Of the first message; the second one is written without.
     const auto failure = [] {
+        listener_t listener(37183);
         COutputDebugStringLog log;
         const std::string text = thrown_text([&] { log.write("one\r\n"); });
         EXPECT_EQ(thrown_text([&] { log.write("two\r\n"); }), "nothing");
+        EXPECT_EQ(listener.received(), std::nullopt);
         return text;
     };
-    listener_t listener(37183);
     {
         const registry_setting_t text(key, L"ExtLogEnabled", L"1");
         EXPECT_EQ(failure(),
                   "Cannot retrieve a registry value. Value name: [ExtLogEnabled]. Expected value type: [4].\n"
                   "Unexpected registry type: [1].");
     }
+    const registry_setting_t enabled(key, L"ExtLogEnabled", 1);
     {
-        const registry_setting_t enabled(key, L"ExtLogEnabled", 1);
         const registry_setting_t number(key, L"ExtLogHost", 1);
         EXPECT_EQ(failure(),
                   "Cannot retrieve a registry value. Value name: [ExtLogHost]. Expected value type: [1].\n"
@@ -136,7 +129,6 @@ TEST(DebugOutput, WrongSettingsFailOnceAndLeaveTheCopyOff) {
     }
     ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, key);
     EXPECT_THAT(failure(), ::testing::EndsWith("Failed to open registry key [SOFTWARE\\KorvA\\Korva NFS]."));
-    EXPECT_EQ(listener.received(), std::nullopt);
 }
 
 }  // namespace

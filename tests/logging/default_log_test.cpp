@@ -22,88 +22,76 @@ logging::header_facts_t facts() {
     facts.file_version = [](const std::string& path) {
         return path == "C:\\host.exe" ? logging::version_text(0x0006'0001, 0x0203'0004) : "of another file";
     };
-    facts.os_version = [] {
-        OSVERSIONINFOA version{};
-        version.dwMajorVersion = 6;
-        version.dwMinorVersion = 1;
-        version.dwBuildNumber = 7601;
-        lstrcpyA(version.szCSDVersion, "Service Pack 1");
-        return version;
-    };
+    facts.os_version = [] { return OSVERSIONINFOA{0, 6, 1, 7601, 0, "Service Pack 1"}; };
     return facts;
 }
 
-TEST(LogHeader, TellsHostAndSystemAndAFailureInOneGroupLeavesTheOther) {
+TEST(LogHeader, AFailureInOneGroupLeavesTheOther) {
     logging::captured_log_t log;
-    logging::write_log_header(facts());
     logging::header_facts_t no_version = facts();
     no_version.file_version = [](const std::string&) -> std::string { throw exc::win_sys_exc_t("unknown.", 5); };
     logging::write_log_header(no_version);
     logging::header_facts_t no_os = facts();
     no_os.os_version = []() -> OSVERSIONINFOA { throw exc::win_sys_exc_t("Failed to retrieve OS version", 5); };
     logging::write_log_header(no_os);
-    EXPECT_THAT(
-        log.texts(),
-        ElementsAre("", ruler, "{", "  Path to the executable module:C:\\host.exe", "  Agent version:6.1.515.4",
-                    "  OS version: 0.6.0.1", "  OS build: 7601", "  OS description: Service Pack 1", "}",  //
-                    "", ruler, "{", "  Path to the executable module:C:\\host.exe", "ERR |  Access denied.", ">>  |  unknown.",
-                    "  OS version: 0.6.0.1", "  OS build: 7601", "  OS description: Service Pack 1", "}",  //
-                    "", ruler, "{", "  Path to the executable module:C:\\host.exe", "  Agent version:6.1.515.4",
-                    "ERR |  Access denied.", ">>  |  Failed to retrieve OS version", "}"));
+    EXPECT_THAT(log.texts(),
+                ElementsAre("", ruler, "{", "  Path to the executable module:C:\\host.exe", "ERR |  Access denied.",
+                            ">>  |  unknown.", "  OS version: 0.6.0.1", "  OS build: 7601", "  OS description: Service Pack 1",
+                            "}",  //
+                            "", ruler, "{", "  Path to the executable module:C:\\host.exe", "  Agent version:6.1.515.4",
+                            "ERR |  Access denied.", ">>  |  Failed to retrieve OS version", "}"));
     EXPECT_THAT(logging::header_facts_t().file_version("C:\\windows\\system32\\kernel32.dll"),
                 MatchesRegex("\\d+\\.\\d+\\.\\d+\\.\\d+"));
 }
 
 // The module's log in a folder of the test's own.
-class default_log_test : public ::testing::Test {
-protected:
+struct default_log_test : scratch_test {
     // What was written behind the bytes that an earlier run had left.
     std::vector<std::string> texts_behind(const std::string& earlier) {
         logging::open_default_log();
         logging::info("line");
         logging::default_log()->set_receiver(nullptr);
         logging::default_log()->set_size_control(false);
-        const std::string log = read_all(path_);
+        const std::string log = read_all(log_path);
         EXPECT_TRUE(log.starts_with(earlier));
         return texts_of(log.substr(earlier.size()));
     }
 
-    const scratch_t scratch_;
-    const registry_setting_t setting_{L"SOFTWARE\\Korva\\Quorvane", L"LogDirectory", text::widen(scratch_.folder())};
-    const std::string path_ = scratch_ / "Auxiliary.KorvaProxyClient.log";
+    const registry_setting_t setting{L"SOFTWARE\\Korva\\Quorvane", L"LogDirectory", text::widen(scratch.folder())};
+    const std::string log_path = scratch / "Auxiliary.KorvaProxyClient.log";
 };
 
 TEST_F(default_log_test, CompressesAFullLogAndBeginsWithTheHeader) {
     const std::string earlier = numbered_lines(15'728'640);
-    write_all(path_, earlier);
+    write_all(log_path, earlier);
     EXPECT_THAT(texts_behind(""),
                 ElementsAre("     ", "     " + ruler, "     {",
                             MatchesRegex("       Path to the executable module:\\w:.*\\\\logging_tests.exe"),
                             StartsWith("     ERR |  "), "     >>  |  Size of the version resource is unknown.",
                             MatchesRegex("       OS version: 0\\.\\d+\\.0\\.\\d+"), MatchesRegex("       OS build: \\d+"),
                             StartsWith("       OS description: "), "     }", "     line"));
-    EXPECT_TRUE(read_archive(path_ + ".gz") == earlier);
+    EXPECT_TRUE(read_archive(log_path + ".gz") == earlier);
 }
 
 TEST_F(default_log_test, GoesOnInAFullLogThatCannotBeRotated) {
     const std::string earlier(15'728'640, 'x');
-    write_all(path_, earlier);
-    write_archive(path_ + ".gz", "held");
-    const std::ifstream reader(path_ + ".gz");
+    write_all(log_path, earlier);
+    write_archive(log_path + ".gz", "held");
+    const std::ifstream reader(log_path + ".gz");
     std::vector<std::string> texts = texts_behind(earlier);
     ASSERT_GT(texts.size(), 10u) << "the header stands in front";
     texts.erase(texts.begin(), texts.begin() + 9);
     EXPECT_THAT(texts,
-                ElementsAre("     }", "     ERR |Failed to initialize log [" + path_ + "].",
-                            "     >>  |Unable to validate log size limit. Log path: [" + path_ + "].",
-                            "     >>  |Cannot age file. File path: [" + path_ + ".gz]. Extension: [gz]. Ages limit: [10].",
+                ElementsAre("     }", "     ERR |Failed to initialize log [" + log_path + "].",
+                            "     >>  |Unable to validate log size limit. Log path: [" + log_path + "].",
+                            "     >>  |Cannot age file. File path: [" + log_path + ".gz]. Extension: [gz]. Ages limit: [10].",
                             "     >>  |Sharing violation.",
-                            "     >>  |Failed to rename file [" + path_ + ".gz] to [" + path_ + ".1.gz].", "     line"));
-    EXPECT_EQ(read_archive(path_ + ".gz"), "held");
+                            "     >>  |Failed to rename file [" + log_path + ".gz] to [" + log_path + ".1.gz].", "     line"));
+    EXPECT_EQ(read_archive(log_path + ".gz"), "held");
 }
 
 TEST_F(default_log_test, ThatCannotBeOpenedLeavesTheProcessWithoutReceiver) {
-    std::filesystem::create_directory(path_);
+    std::filesystem::create_directory(log_path);
     logging::open_default_log();
     logging::info("dropped");
     EXPECT_EQ(logging::default_log()->set_receiver(nullptr), nullptr);

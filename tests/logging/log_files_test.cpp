@@ -9,7 +9,7 @@
 #include "logging/rotation.h"
 #include "logging/win_log_file.h"
 #include "tests/foundation/thrown.h"
-#include "tests/logging/child.h"
+#include "tests/logging/child_role.h"
 #include "tests/logging/registry_setting.h"
 #include "tests/logging/scratch.h"
 
@@ -21,27 +21,17 @@ using win::win_log_file_t;
 
 const wchar_t* const directory_key = L"SOFTWARE\\Korva\\Quorvane";
 
-const child::role_t hold_role("hold", [](const child::arguments_t& arguments) {
-    const win_log_file_t file(arguments.at(0));
-    child::report_ready_and_stay();
-});
-const child::role_t stay_role("stay", [](const child::arguments_t&) { child::report_ready_and_stay(); });
+using LogFile = scratch_test;
 
-TEST(LogFile, GoesOnBehindWhatItHoldsAndIsReadableMeanwhile) {
-    const scratch_t scratch;
-    const std::string path = scratch / "\xc3\xa9\xe4\xb8\xad.log";  // its name is not of any one code page
-    {
-        win_log_file_t file(path);
-        file.write("first\r\n");
-    }
-    win_log_file_t file(path);
+TEST_F(LogFile, GoesOnBehindWhatItHoldsAndIsReadableMeanwhile) {
+    const std::string name = scratch / "\xc3\xa9\xe4\xb8\xad.log";  // not of any one code page
+    win_log_file_t(name).write("first\r\n");
+    win_log_file_t file(name);
     file.write("second\r\n");
-    EXPECT_EQ(read_all(path), "first\r\nsecond\r\n");
+    EXPECT_EQ(read_all(name), "first\r\nsecond\r\n");
 }
 
-TEST(LogFile, AFullDiskNeverShowsAndLeavesWholeLinesWhichAreFlushedOnDemand) {
-    const scratch_t scratch;
-    const std::string path = scratch / "a.log";
+TEST_F(LogFile, AFullDiskNeverShowsAndLeavesWholeLinesWhichAreFlushedOnDemand) {
     enum { works, full, half } disk = works;
     logging::file_functions_t files;
     files.write = [&, real = files.write](HANDLE file, const void* bytes, DWORD length, DWORD& written) {
@@ -66,18 +56,15 @@ TEST(LogFile, AFullDiskNeverShowsAndLeavesWholeLinesWhichAreFlushedOnDemand) {
     EXPECT_EQ(flushes, 1) << "of the last line, the only whole one while it was on";
 }
 
-TEST(LogFile, ChildProcessesInheritNothingAndNobodyReadsAnUnfinishedArchive) {
-    const scratch_t scratch;
-    const std::string path = scratch / "a.log";
+TEST_F(LogFile, ChildProcessesInheritNothingAndNobodyReadsAnUnfinishedArchive) {
     SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
     win::unique_file control(
         ::CreateFileA((scratch / "control").c_str(), GENERIC_WRITE, 0, &inheritable, CREATE_NEW, 0, nullptr));
-    std::unique_ptr<child::process_t> other;
+    std::optional<child_role> other;
     {
         logging::file_functions_t files;
         files.gz_finish = [&, real = files.gz_finish](gzFile archive) {  // log and archive are both open now
-            other = std::make_unique<child::process_t>("stay", child::arguments_t(), true);
-            other->wait_until_ready();
+            other.emplace("stay");
             EXPECT_FALSE(std::ifstream(path + ".gz"));
             return real(archive);
         };
@@ -85,7 +72,6 @@ TEST(LogFile, ChildProcessesInheritNothingAndNobodyReadsAnUnfinishedArchive) {
         file.write("line\r\n");
         logging::rotate_when_full(file, files, {1, 10});
     }
-    ASSERT_TRUE(other);
     control.reset();
     EXPECT_FALSE(::DeleteFileA((scratch / "control").c_str())) << "the child holds what it may inherit";
     EXPECT_TRUE(::DeleteFileA(path.c_str()));
@@ -93,23 +79,22 @@ TEST(LogFile, ChildProcessesInheritNothingAndNobodyReadsAnUnfinishedArchive) {
     other.reset();
 }
 
-TEST(OpenLogFile, TakesTheNextNameWhileAnotherProcessHoldsTheFile) {
-    const scratch_t scratch;
-    const std::string path = scratch / "deep\\er\\a.log";
-    EXPECT_EQ(logging::open_log_file(path)->path(), path) << "missing folders are made";
-    child::process_t holder("hold", {path});
-    holder.wait_until_ready();
-    EXPECT_THAT(thrown([&] { win_log_file_t second(path); }), ElementsAre("File [" + path + "] is locked."));
-    EXPECT_EQ(logging::open_log_file(path)->path(), scratch / "deep\\er\\a.1.log");
-}
-
 std::vector<std::string> failure_of(const std::string& path, const logging::file_functions_t& files = {}) {
     return thrown([&] { logging::open_log_file(path, files); });
 }
 
-TEST(OpenLogFile, TellsWhyItFails) {
-    const scratch_t scratch;
-    const std::string path = scratch / "a.log";
+using OpenLogFile = scratch_test;
+
+TEST_F(OpenLogFile, TakesTheNextNameWhileAnotherProcessHoldsTheFile) {
+    const std::string deep = scratch / "deep\\er\\a.log";
+    EXPECT_EQ(logging::open_log_file(deep)->path(), deep) << "missing folders are made";
+    child_role holder("hold " + deep);
+    holder.read_until("ready");
+    EXPECT_THAT(thrown([&] { win_log_file_t second(deep); }), ElementsAre("File [" + deep + "] is locked."));
+    EXPECT_EQ(logging::open_log_file(deep)->path(), scratch / "deep\\er\\a.1.log");
+}
+
+TEST_F(OpenLogFile, TellsWhyItFails) {
     logging::file_functions_t files;
     std::vector<std::wstring> tried;
     files.open = [&](const std::wstring& name) {
@@ -119,7 +104,7 @@ TEST(OpenLogFile, TellsWhyItFails) {
     };
     EXPECT_THAT(failure_of(path, files), ElementsAre("Failed to initialize log [" + path + "].", "All log files are locked."));
     ASSERT_EQ(tried.size(), 1000u);
-    EXPECT_THAT(text::narrow(tried.back()), HasSubstr("\\a.999.log"));
+    EXPECT_TRUE(tried.back().ends_with(L"\\a.999.log"));
 
     files.open = [&](const std::wstring&) {
         ::SetLastError(ERROR_ACCESS_DENIED);
@@ -130,10 +115,10 @@ TEST(OpenLogFile, TellsWhyItFails) {
                                                          "Failed to create or open file [" + name + "]."));
     }
 
-    write_all(scratch / "file", "in the way");
-    EXPECT_THAT(failure_of(scratch / "file\\a.log"),
-                ElementsAre("Failed to initialize log [" + (scratch / "file\\a.log") + "].", "File already exists.",
-                            "Cannot create folder. Folder path: [" + (scratch / "file") + "]."));
+    write_all(path, "in the way");
+    EXPECT_THAT(failure_of(path + "\\a.log"),
+                ElementsAre("Failed to initialize log [" + path + "\\a.log].", "File already exists.",
+                            "Cannot create folder. Folder path: [" + path + "]."));
 }
 
 TEST(LogDirectory, ComesFromTheRegistryOrTheCommonApplicationData) {
@@ -149,20 +134,10 @@ TEST(LogDirectory, ComesFromTheRegistryOrTheCommonApplicationData) {
 }
 
 TEST(LogDirectory, FallsBackBelowTheConfiguredOneOnly) {
-    struct row_t {
-        const char *path, *directory, *tail;
-    };
-    const row_t rows[] = {
-        {"Q:\\logs\\sub\\a.log", "q:\\LOGS", "sub\\a.log"},
-        {"Q:\\logs\\a.log", "Q:\\logs\\", "a.log"},
-        {"Q:\\logs2\\a.log", "Q:\\logs", nullptr},
-        {"Q:\\logs", "Q:\\logs", nullptr},
-        {"R:\\a.log", "Q:\\logs", nullptr},
-    };
-    for (const row_t& row : rows) {
-        const std::optional<std::string> tail = logging::tail_below(row.path, row.directory);
-        EXPECT_EQ(tail, row.tail ? std::optional<std::string>(row.tail) : std::nullopt) << row.path;
-    }
+    EXPECT_EQ(logging::tail_below("Q:\\logs\\sub\\a.log", "q:\\LOGS"), "sub\\a.log");
+    EXPECT_EQ(logging::tail_below("Q:\\logs\\a.log", "Q:\\logs\\"), "a.log");
+    for (const char* elsewhere : {"Q:\\logs2\\a.log", "Q:\\logs", "R:\\logs\\a.log"})
+        EXPECT_EQ(logging::tail_below(elsewhere, "Q:\\logs"), std::nullopt) << elsewhere;
 
     const registry_setting_t setting(directory_key, L"LogDirectory", L"Q:\\logs");
     const std::string used = logging::common_log_directory() + "test\\a.log";

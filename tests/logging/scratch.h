@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,7 +29,6 @@ public:
         EXPECT_FALSE(error) << "a file is still open: " << error.message();
     }
     scratch_t(const scratch_t&) = delete;
-    scratch_t& operator=(const scratch_t&) = delete;
 
     std::string folder() const { return text::narrow(folder_.wstring()); }
     std::string operator/(const std::string& name) const { return folder() + "\\" + name; }
@@ -37,14 +37,17 @@ private:
     std::filesystem::path folder_ = std::filesystem::temp_directory_path() / "korva_logging_tests";
 };
 
+// A test with such a folder.
+struct scratch_test : ::testing::Test {
+    const scratch_t scratch;
+    const std::string path = scratch / "a.log";
+};
+
 inline bool exists(const std::string& path) { return std::filesystem::exists(text::widen(path)); }
 
 inline std::string read_all(const std::string& path) {
-    std::ifstream file(std::filesystem::path(text::widen(path)), std::ios::binary | std::ios::ate);
-    std::string bytes(file ? static_cast<std::size_t>(file.tellg()) : 0, '\0');
-    file.seekg(0);
-    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    return bytes;
+    const std::ifstream file(std::filesystem::path(text::widen(path)), std::ios::binary);
+    return (std::ostringstream() << file.rdbuf()).str();
 }
 
 inline void write_all(const std::string& path, std::string_view bytes) {
@@ -78,14 +81,13 @@ inline std::string numbered_lines(std::size_t bytes) {
 }
 
 // The lines of a log without time stamp and thread.
-inline std::vector<std::string> texts_of(std::string_view log) {
+inline std::vector<std::string> texts_of(const std::string& log) {
     std::vector<std::string> texts;
-    while (!log.empty()) {
-        const std::size_t end = log.find("\r\n");
-        EXPECT_NE(end, log.npos) << "a line without its end";
-        const std::string_view line = log.substr(0, end);
-        texts.emplace_back(line.substr(std::min(line.find('>') + 2, line.size())));
-        log.remove_prefix(std::min(line.size() + 2, log.size()));
+    std::istringstream lines(log);
+    for (std::string line; std::getline(lines, line);) {
+        EXPECT_TRUE(line.ends_with('\r')) << "a line without its end: " << line;
+        line.pop_back();
+        texts.push_back(line.substr(std::min(line.find('>') + 2, line.size())));
     }
     return texts;
 }

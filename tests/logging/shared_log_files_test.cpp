@@ -6,24 +6,23 @@
 
 #include <functional>
 #include <map>
-#include <memory>
 #include <thread>
 
 #include "foundation/system_text.h"
 #include "logging/gz_archive.h"
 #include "logging/kbmngr_log_file.h"
-#include "logging/log.h"
 #include "tests/foundation/thrown.h"
-#include "tests/logging/child.h"
+#include "tests/logging/child_role.h"
 #include "tests/logging/scratch.h"
 
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::Pair;
 
-TEST(SharedLogFile, IsOpenForTheLengthOfAWriteOnly) {
-    const scratch_t scratch;
-    const std::string path = scratch / "a.log";
+using SharedLogFile = scratch_test;
+
+TEST_F(SharedLogFile, IsOpenForTheLengthOfAWriteOnly) {
     const auto open = [&](DWORD sharing) {
         return win::unique_file(::CreateFileA(path.c_str(), GENERIC_WRITE, sharing, nullptr, OPEN_EXISTING, 0, nullptr));
     };
@@ -44,46 +43,22 @@ TEST(SharedLogFile, IsOpenForTheLengthOfAWriteOnly) {
     EXPECT_FALSE(exists(scratch / "missing"));
 }
 
-constexpr int lines_per_writer = 20'000;
+using SynchronizedLogFile = scratch_test;
 
-void write_numbered(logging::log_t& log, const std::string& writer) {
-    for (int i = 0; i < lines_per_writer; ++i)
-        log.write(2, 0, nullptr, writer + " " + std::to_string(i));
-}
-
-const child::role_t write_role("write", [](const child::arguments_t& arguments) {
-    logging::log_t log;
-    log.set_receiver(std::make_shared<win::kbmngr_sync_log_file_t>(arguments.at(0), arguments.at(1)));
-    write_numbered(log, arguments.at(2));
-});
-
-TEST(SynchronizedLogFile, TwoProcessesAndTwoThreadsLoseNoLine) {
-    const scratch_t scratch;
-    const std::string path = scratch / "shared.log";
-    const std::string mutex = "korva-test-log";
-    {
-        child::process_t first("write", {path, mutex, "p1"});
-        child::process_t second("write", {path, mutex, "p2"});
-        logging::log_t log;
-        log.set_receiver(std::make_shared<win::kbmngr_sync_log_file_t>(path, mutex));
-        std::thread thread([&] { write_numbered(log, "t1"); });
-        write_numbered(log, "t2");
-        thread.join();
-        EXPECT_EQ(first.wait(), 0u);
-        EXPECT_EQ(second.wait(), 0u);
-    }
+TEST_F(SynchronizedLogFile, TwoProcessesAndTwoThreadsLoseNoLine) {
+    const std::string write = "write " + path + " korva-test-log ";
+    child_role first(write + "p1"), second(write + "p2"), threads(write + "t1 t2");
+    for (child_role* writer : {&first, &second, &threads})
+        EXPECT_EQ(writer->exit_code(), 0u);
     std::map<std::string, int> next;
     for (const std::string& text : texts_of(read_all(path))) {
         const std::string writer = text.substr(0, 2);
         ASSERT_EQ(text, writer + " " + std::to_string(next[writer]++));
     }
-    EXPECT_THAT(next, ElementsAre(std::pair{"p1", lines_per_writer}, std::pair{"p2", lines_per_writer},
-                                  std::pair{"t1", lines_per_writer}, std::pair{"t2", lines_per_writer}));
+    EXPECT_THAT(next, ElementsAre(Pair("p1", 20'000), Pair("p2", 20'000), Pair("t1", 20'000), Pair("t2", 20'000)));
 }
 
-TEST(SynchronizedLogFile, DropsTheTextWhileTheMutexIsHeldOrAfterItWasAbandoned) {
-    const scratch_t scratch;
-    const std::string path = scratch / "a.log";
+TEST_F(SynchronizedLogFile, DropsTheTextWhileTheMutexIsHeldOrAfterItWasAbandoned) {
     const std::string name = "korva-test-held";
     win::kbmngr_sync_log_file_t file(path, name, 50);
     const auto in_thread = [](const auto& step) { std::thread(step).join(); };
@@ -118,9 +93,8 @@ TEST(SynchronizedLogFile, DropsTheTextWhileTheMutexIsHeldOrAfterItWasAbandoned) 
     EXPECT_FALSE(exists(scratch / "b.log"));
 }
 
-TEST(SynchronizedLogFile, EveryAccountMayUseTheMutexWhichAlsoAnotherAccountMayHaveMade) {
+TEST_F(SynchronizedLogFile, EveryAccountMayUseTheMutexWhichAlsoAnotherAccountMayHaveMade) {
     const std::string list = "D:(A;;0x160001;;;WD)";
-    const scratch_t scratch;
     const std::string name = "korva-test-access";
     win::CMutexHolder holder;
     holder.acquire(name, 0);
@@ -140,11 +114,11 @@ TEST(SynchronizedLogFile, EveryAccountMayUseTheMutexWhichAlsoAnotherAccountMayHa
     mutex.reset();
     mutex.reset(::CreateMutexA(&attributes, TRUE, name.c_str()));
     ASSERT_FALSE(win::unique_handle(::CreateMutexA(nullptr, FALSE, name.c_str())));
-    win::kbmngr_sync_log_file_t file(scratch / "a.log", name, 50);
+    win::kbmngr_sync_log_file_t file(path, name, 50);
     std::thread([&] { file.write("dropped\r\n"); }).join();
     ::ReleaseMutex(mutex.get());
     file.write("kept\r\n");
-    EXPECT_EQ(read_all(scratch / "a.log"), "kept\r\n");
+    EXPECT_EQ(read_all(path), "kept\r\n");
 }
 
 }  // namespace

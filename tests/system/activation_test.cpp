@@ -4,7 +4,7 @@
 
 #include "com/class_table.h"
 #include "foundation/com_ptr.h"
-#include "tests/system/child_process.h"
+#include "tests/child_process.h"
 #include "tests/system/client.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/system/child_process.h"
+#include "tests/child_process.h"
 
 // korva-lab.exe as a process of its own.
 class lab_process : public child_process {

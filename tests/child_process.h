@@ -8,8 +8,8 @@
 #include "foundation/convert.h"
 #include "foundation/handles.h"
 
-// A program from the folder of this test program, or of a full path, with its output read line by line. Ended, if it runs
-// still, by the destructor.
+// A program from the folder of this test program, or of a full path, with its output read line by line. It inherits what may be
+// inherited. Ended, if it runs still, by the destructor.
 class child_process {
 public:
     child_process(const std::wstring& program, const std::wstring& arguments) {
@@ -36,12 +36,14 @@ public:
     ~child_process() { end(); }
     child_process(const child_process&) = delete;
 
-    // Where this test program lies, with the separator behind it.
-    static std::wstring own_folder() {
-        wchar_t own_path[MAX_PATH] = {};
-        ::GetModuleFileNameW(nullptr, own_path, MAX_PATH);
-        return {own_path, std::wstring_view(own_path).rfind(L'\\') + 1};
+    // This test program.
+    static std::wstring own_path() {
+        wchar_t path[MAX_PATH] = {};
+        ::GetModuleFileNameW(nullptr, path, MAX_PATH);
+        return path;
     }
+    // Where it lies, with the separator behind it.
+    static std::wstring own_folder() { return own_path().substr(0, own_path().rfind(L'\\') + 1); }
 
     // The output up to the line that holds the text, or all of it where the program ends before.
     std::string read_until(std::string_view text) {
@@ -57,18 +59,21 @@ public:
     }
     std::string read_all() { return read_until("\n\n\n(never)"); }
 
+    // STILL_ACTIVE where it hangs.
     DWORD exit_code() {
         DWORD code = STILL_ACTIVE;
-        ::WaitForSingleObject(process_.get(), 30000);
+        ::WaitForSingleObject(process_.get(), patience_ms);
         ::GetExitCodeProcess(process_.get(), &code);
         return code;
     }
 
     void end() {
         ::TerminateProcess(process_.get(), 99);
-        ::WaitForSingleObject(process_.get(), 30000);
+        ::WaitForSingleObject(process_.get(), patience_ms);
     }
 
 private:
+    static constexpr DWORD patience_ms = 240'000;  // only a hang takes so long
+
     win::unique_handle output_, process_;
 };
