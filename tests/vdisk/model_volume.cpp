@@ -12,13 +12,8 @@ namespace {
 model_volume_t* model = nullptr;
 
 constexpr NTSTATUS invalid_parameter = static_cast<NTSTATUS>(0xC000000D);
+constexpr NTSTATUS access_denied = static_cast<NTSTATUS>(0xC0000022);
 constexpr NTSTATUS name_not_found = static_cast<NTSTATUS>(0xC0000034);
-
-// Whoever holds a privilege has a token for it.
-bool thread_has_token() {
-    win::unique_handle token;
-    return ::OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY, TRUE, token.put()) != FALSE;
-}
 
 BOOL fail(DWORD error) {
     ::SetLastError(error);
@@ -26,6 +21,11 @@ BOOL fail(DWORD error) {
 }
 
 }  // namespace
+
+bool thread_has_token() {
+    win::unique_handle token;
+    return ::OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY, TRUE, token.put()) != FALSE;
+}
 
 struct model_calls {
     static DWORD WINAPI get_file_attributes(LPCWSTR path) {
@@ -77,8 +77,8 @@ struct model_calls {
         const auto number = static_cast<std::size_t>(reference - model_volume_t::first_reference);
         model->opened_points.push_back(number);
         model->point_ = &model->point_at(number);
-        if (model->point_->open_status)
-            return static_cast<NTSTATUS>(model->point_->open_status);
+        if (model->point_->fails_at == model_volume_t::opening)
+            return access_denied;
         *file = model->point_handle_ = model->give_handle();
         return 0;
     }
@@ -107,29 +107,24 @@ struct model_calls {
         model_volume_t::point_t& point = *model->point_;
         if (file != model->point_handle_ || overlapped)
             return fail(ERROR_INVALID_HANDLE);
+        if (code == model_volume_t::reading)
+            point.read_sizes.push_back(out_size);
+        if (code == point.fails_at)
+            return fail(point.error);
         const auto* request = static_cast<const std::uint8_t*>(in);
         switch (code) {
-            case 0x900A8:
-                point.read_sizes.push_back(out_size);
-                if (point.read_error)
-                    return fail(point.read_error);
+            case model_volume_t::reading:
                 *returned = static_cast<DWORD>(std::min<std::size_t>(point.data.size(), out_size));
                 std::copy_n(point.data.begin(), *returned, static_cast<std::uint8_t*>(out));
                 return point.data.size() > out_size ? fail(point.too_small_error) : TRUE;
-            case 0x900AC: {
-                if (point.delete_error)
-                    return fail(point.delete_error);
+            case model_volume_t::deleting: {
                 bytes_t expected(point.data.begin(), point.data.begin() + ((point.tag & 0x80000000) ? 8 : 24));
                 std::memcpy(expected.data(), &point.tag, 4);
                 std::fill_n(expected.begin() + 4, 4, std::uint8_t{0});
-                if (!std::equal(expected.begin(), expected.end(), request, request + in_size))
-                    return fail(ERROR_REPARSE_TAG_MISMATCH);
-                point.deleted = true;
-                return TRUE;
+                point.deleted = std::equal(expected.begin(), expected.end(), request, request + in_size);
+                return point.deleted ? TRUE : fail(ERROR_REPARSE_TAG_MISMATCH);
             }
-            case 0x900A4:
-                if (point.set_error)
-                    return fail(point.set_error);
+            case model_volume_t::setting:
                 if (!point.deleted || in_size < 8 || request[4] + 256u * request[5] + 8 != in_size)
                     return fail(ERROR_INVALID_REPARSE_DATA);
                 if (request[0] == (tag_symbolic_link & 0xFF) && !thread_has_token())
@@ -142,10 +137,8 @@ struct model_calls {
     }
 
     static BOOL WINAPI get_file_information(HANDLE file, LPBY_HANDLE_FILE_INFORMATION information) {
-        if (file != model->point_handle_)
-            return fail(ERROR_INVALID_HANDLE);
-        if (model->point_->information_error)
-            return fail(model->point_->information_error);
+        if (file != model->point_handle_ || model->point_->fails_at == model_volume_t::reading_attributes)
+            return fail(ERROR_ACCESS_DENIED);
         information->dwFileAttributes = model->point_->directory ? FILE_ATTRIBUTE_DIRECTORY : FILE_ATTRIBUTE_ARCHIVE;
         return TRUE;
     }

@@ -13,16 +13,17 @@
 // needs. One at a time: the functions are plain ones.
 class model_volume_t {
 public:
+    // What a point may fail at, beside the control codes of a device (below).
+    static constexpr DWORD opening = 1, reading_attributes = 2;
+    static constexpr DWORD setting = 0x900A4, reading = 0x900A8, deleting = 0x900AC;
+
     struct point_t {
         std::uint32_t tag = 0;
         impl::vdmount::bytes_t data{};
         bool directory = true;
-        std::uint32_t open_status = 0;
-        DWORD read_error = 0;
+        DWORD fails_at = 0;
+        DWORD error = ERROR_ACCESS_DENIED;  // of what fails
         DWORD too_small_error = ERROR_MORE_DATA;
-        DWORD delete_error = 0;
-        DWORD information_error = 0;
-        DWORD set_error = 0;
 
         // What became of it.
         bool deleted = false;
@@ -68,6 +69,9 @@ private:
     point_t* point_ = nullptr;
     std::size_t next_entry_ = 0;
 };
+
+// Whoever holds a privilege has a token for it.
+bool thread_has_token();
 
 // The data of a junction or a symbolic link as the platform writes it.
 impl::vdmount::bytes_t junction_data(std::wstring_view target);

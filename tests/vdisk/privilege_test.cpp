@@ -1,16 +1,12 @@
 #include "vdisk/privilege.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include "logging/memory_receiver.h"
 #include "tests/foundation/thrown.h"
+#include "tests/vdisk/model_volume.h"
 
 namespace {
-
-bool thread_has_token() {
-    win::unique_handle token;
-    return ::OpenThreadToken(::GetCurrentThread(), TOKEN_QUERY, TRUE, token.put()) != FALSE;
-}
 
 bool is_enabled(const wchar_t* name) {
     win::unique_handle token;
@@ -49,8 +45,8 @@ TEST(Privilege, OneThatCannotBePutBackIsLogged) {
         ::LookupPrivilegeValueW(nullptr, SE_MANAGE_VOLUME_NAME, &removed.Privileges[0].Luid);
         ASSERT_TRUE(::AdjustTokenPrivileges(token.get(), FALSE, &removed, 0, nullptr, nullptr));
     }
-    EXPECT_EQ(log.texts(), std::vector<std::string>{
-                               "ERR |Privilege 'SeManageVolumePrivilege' cannot be put back as it was. Error code: '1300'."});
+    EXPECT_THAT(log.texts(), testing::ElementsAre("ERR |Privilege 'SeManageVolumePrivilege' cannot be put back as it was. "
+                                                  "Error code: '1300'."));
     ::RevertToSelf();
 }
 

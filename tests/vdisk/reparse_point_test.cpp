@@ -29,30 +29,28 @@ point_t raw(std::uint32_t tag, std::size_t size) {
     return {.tag = tag, .data = data};
 }
 
-point_t failing(DWORD point_t::*step, point_t point = junction(L"\\??\\C:\\Data")) {
-    point.*step = ERROR_ACCESS_DENIED;
+point_t failing(DWORD step, point_t point = junction(L"\\??\\C:\\Data")) {
+    point.fails_at = step;
     return point;
 }
 
 const device_map_t devices = {{L"\\??\\c:", L"\\??\\E:\\Mnt\\C"}};
 
 struct result_t {
-    bool deleted;
-    bytes_t set;
+    point_t point;
     std::vector<std::string> log;
-    std::vector<DWORD> read_sizes;
 };
 
 // Updates a volume of this one point.
 result_t update(const point_t& point, bool may_link) {
     model_volume_t model;
     model.points = {point};
-    const auto functions = model.functions();
     model.privilege_error = may_link ? 0 : ERROR_NOT_ALL_ASSIGNED;
+    const auto functions = model.functions();
     const logging::captured_log_t log;
     update_volume(volume_context_t(model.path, true, functions), devices, 1);
     EXPECT_TRUE(model.is_all_given_back());
-    return {model.points[0].deleted, model.points[0].set, log.texts(), model.points[0].read_sizes};
+    return {model.points[0], log.texts()};
 }
 
 bytes_t as_junction(std::wstring_view target) { return set_request(mount_point_layout, target); }
@@ -64,8 +62,6 @@ constexpr auto failed = "Update of reparse points is complete. Succeeded: '0'. F
 const bytes_t none;
 
 TEST(ReparsePoint, FollowsItsDeviceOrIsDeletedOrFails) {
-    point_t unopened = junction(L"");
-    unopened.open_status = 0xC0000043;
     struct row_t {
         const char* what;
         point_t point;
@@ -88,15 +84,14 @@ TEST(ReparsePoint, FollowsItsDeviceOrIsDeletedOrFails) {
          "Skipping reparse point with substitute path '\\??\\UNC\\server\\share'."},
         {"another tag of Microsoft's", raw(0x80000017, 24), true, true, none, succeeded},
         {"a tag with a GUID", raw(0x00001234, 9000), true, true, none, succeeded},
-
-        {"cannot be opened", unopened, true, false, none, "Failed to open reparse point.", true},
-        {"cannot be read", failing(&point_t::read_error), true, false, none, "Failed to retrieve reparse point data.", true},
+        {"cannot be opened", failing(model_volume_t::opening), true, false, none, "Failed to open reparse point.", true},
+        {"cannot be read", failing(model_volume_t::reading), true, false, none, "Failed to retrieve reparse point data.", true},
         {"shorter than any head", raw(tag_mount_point, 23), true, false, none,
          "Unable to update reparse point: returned size is less than size of header '23'.", true},
-        {"cannot be deleted", failing(&point_t::delete_error), true, false, none, "Failed to delete reparse point.", true},
-        {"attributes cannot be read", failing(&point_t::information_error, link(L"\\??\\C:\\d")), false, true, none,
+        {"cannot be deleted", failing(model_volume_t::deleting), true, false, none, "Failed to delete reparse point.", true},
+        {"attributes cannot be read", failing(model_volume_t::reading_attributes, link(L"\\??\\C:\\d")), false, true, none,
          "Failed to get file information by handle for symbolic reparse point.", true},
-        {"cannot be set", failing(&point_t::set_error), true, true, none, "Failed to set reparse point.", true},
+        {"cannot be set", failing(model_volume_t::setting), true, true, none, "Failed to set reparse point.", true},
         {"a relative link without the privilege", relative_link(L"..\\dir"), false, true, none,
          "Unexpected substitute path format: '..\\dir'.", true},
         {"a name outside the data", raw(tag_mount_point, 40), true, true, none,
@@ -104,13 +99,13 @@ TEST(ReparsePoint, FollowsItsDeviceOrIsDeletedOrFails) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
-        const auto result = update(row.point, row.may_link);
-        EXPECT_EQ(result.deleted, row.deleted);
-        EXPECT_EQ(result.set, row.set);
-        EXPECT_THAT(result.log, Contains(HasSubstr(row.line)));
-        EXPECT_THAT(result.log, Contains(row.fails ? failed : succeeded));
+        const auto [point, log] = update(row.point, row.may_link);
+        EXPECT_EQ(point.deleted, row.deleted);
+        EXPECT_EQ(point.set, row.set);
+        EXPECT_THAT(log, Contains(HasSubstr(row.line)));
+        EXPECT_THAT(log, Contains(row.fails ? failed : succeeded));
         const auto line = HasSubstr("ERR |Failed to update reparse point (id: '1407374883553536', type: '0xA000000");
-        EXPECT_THAT(result.log, Contains(line).Times(row.fails ? 1 : 0));
+        EXPECT_THAT(log, Contains(line).Times(row.fails ? 1 : 0));
     }
 }
 
@@ -118,13 +113,12 @@ TEST(ReparsePoint, DataIsReadIntoABufferThatGrows) {
     const std::wstring rest(4000, L'x');
     for (const DWORD too_small : {ERROR_BUFFER_OVERFLOW, ERROR_INSUFFICIENT_BUFFER, ERROR_MORE_DATA}) {
         point_t point = junction(L"\\??\\C:\\" + rest);
-        point.too_small_error = too_small;
-        const auto result = update(point, true);
-        EXPECT_EQ(result.set, as_junction(L"\\??\\E:\\Mnt\\C\\" + rest));
-        EXPECT_THAT(result.read_sizes, ElementsAre(4096, 8192, 12288, 16384));
+        point.too_small_error = point.error = too_small;
+        const point_t updated = update(point, true).point;
+        EXPECT_EQ(updated.set, as_junction(L"\\??\\E:\\Mnt\\C\\" + rest));
+        EXPECT_THAT(updated.read_sizes, ElementsAre(4096, 8192, 12288, 16384));
         // Whoever has more than its length can say is broken: the growth ends.
-        point.read_error = too_small;
-        EXPECT_EQ(update(point, true).read_sizes.back(), 69632u);
+        EXPECT_EQ(update(failing(model_volume_t::reading, point), true).point.read_sizes.back(), 69632u);
     }
 }
 
