@@ -21,6 +21,7 @@ struct Impersonation : testing::Test {
     played::host_t host;
     win::impersonation_functions_t functions = host.platform().impersonation;
     logging::captured_log_t log;
+    const std::wstring share = L"\\\\host\\ADMIN$";
 
     void TearDown() override {
         EXPECT_EQ(host.left_open(), "");
@@ -29,29 +30,22 @@ struct Impersonation : testing::Test {
     }
 };
 
-TEST_F(Impersonation, ASessionCoversItsScope) {
-    const auto user = a_user();
-    {
-        const win::win_impersonation_session_t session(*user, functions);
-        EXPECT_EQ(host.acting_as, user->token());
-    }
-    EXPECT_THAT(host.calls, ElementsAre("ImpersonateLoggedOnUser()", "RevertToSelf()"));
-}
-
-TEST_F(Impersonation, ASessionNeedsATokenAndMayFail) {
+TEST_F(Impersonation, ThatCannotBeginEndsNothing) {
+    const win::registered_share_t registered(share, a_user());
     EXPECT_THAT(thrown([&] { win::win_impersonation_session_t(win::CImpersonator(), functions); }),
                 ElementsAre("User credentials not specified or logon error"));
     EXPECT_THAT(host.calls, IsEmpty());
-    host.fail("ImpersonateLoggedOnUser", ERROR_INVALID_HANDLE);
-    EXPECT_THAT(thrown([&] { win::win_impersonation_session_t(*a_user(), functions); }),
-                ElementsAre(exc::system_error_text(ERROR_INVALID_HANDLE), "Failed to impersonate logged on user"));
-    EXPECT_EQ(host.count("RevertToSelf"), 0) << "what was not begun is not ended";
+    host.fail("ImpersonateLoggedOnUser", ERROR_INVALID_HANDLE, 0);
+    const auto failure = ElementsAre(exc::system_error_text(ERROR_INVALID_HANDLE), "Failed to impersonate logged on user");
+    EXPECT_THAT(thrown([&] { win::win_impersonation_session_t(*a_user(), functions); }), failure);
+    EXPECT_THAT(thrown([&] { win::file_operation_t(share + L"\\x", functions); }), failure);
+    EXPECT_EQ(host.count("RevertToSelf"), 0);
 }
 
-TEST_F(Impersonation, OneThatCannotBeEndedIsTriedAgainBeforeTheThreadDoesAnythingElse) {
+TEST_F(Impersonation, ThatCannotBeEndedIsTriedAgainBeforeTheThreadDoesAnythingElse) {
     const auto user = a_user();
-    const win::registered_share_t registered(L"\\\\host\\ADMIN$", user);
-    const auto operate = [&] { win::file_operation_t(L"\\\\host\\ADMIN$\\x", functions); };
+    const win::registered_share_t registered(share, user);
+    const auto operate = [&] { win::file_operation_t(share + L"\\x", functions); };
     const std::string denied = exc::system_error_text(ERROR_ACCESS_DENIED);
     const std::string failure = "Failed to end the impersonation of a logged on user";
     host.fail("RevertToSelf", ERROR_ACCESS_DENIED, 0);
@@ -65,11 +59,10 @@ TEST_F(Impersonation, OneThatCannotBeEndedIsTriedAgainBeforeTheThreadDoesAnythin
 
 TEST_F(Impersonation, AFileOperationUsesTheTokenOfItsShare) {
     const auto user = a_user();
-    const win::registered_share_t registered(L"\\\\host\\ADMIN$", user);
+    const win::registered_share_t registered(share, user);
     {
         const win::file_operation_t operation(L"\\\\HOST\\admin$\\Korva\\x", functions);
         EXPECT_EQ(host.acting_as, user->token());
-        EXPECT_EQ(win::win_impersonation_counter_t::of_thread().count(), 1u);
     }
     EXPECT_EQ(host.acting_as, nullptr);
     EXPECT_THAT(log.texts(), ElementsAre("Found impersonation token for share [\\\\HOST\\admin$].",
@@ -84,32 +77,25 @@ TEST_F(Impersonation, AFileOperationUsesTheTokenOfItsShare) {
 }
 
 TEST_F(Impersonation, AnOperationInsideASessionOrAnotherOperationLeavesTheOuterOneInForce) {
-    const auto first = a_user();
-    const auto second = a_user();
-    const win::registered_share_t one(L"\\\\one\\share", first);
-    const win::registered_share_t two(L"\\\\two\\share", second);
+    const auto first = a_user(), second = a_user();
+    const win::registered_share_t one(L"\\\\one\\share", first), two(L"\\\\two\\share", second);
+    const win::win_impersonation_session_t session(*first, functions);
     {
-        const win::win_impersonation_session_t session(*first, functions);
+        const win::file_operation_t same(L"\\\\one\\share\\x", functions);
+        EXPECT_EQ(host.count("ImpersonateLoggedOnUser"), 1) << "the thread acts as that user already";
         {
-            const win::file_operation_t same(L"\\\\one\\share\\x", functions);
-            EXPECT_EQ(host.count("ImpersonateLoggedOnUser"), 1) << "the thread acts as that user already";
-            {
-                const win::file_operation_t other(L"\\\\two\\share\\x", functions);
-                EXPECT_EQ(host.acting_as, second->token());
-                EXPECT_EQ(win::win_impersonation_counter_t::of_thread().count(), 2u);
-            }
-            EXPECT_EQ(host.acting_as, first->token());
+            const win::file_operation_t other(L"\\\\two\\share\\x", functions);
+            EXPECT_EQ(host.acting_as, second->token());
+            EXPECT_EQ(win::win_impersonation_counter_t::of_thread().count(), 2u);
         }
         EXPECT_EQ(host.acting_as, first->token());
-        EXPECT_EQ(host.count("RevertToSelf"), 0);
     }
-    EXPECT_EQ(host.acting_as, nullptr);
+    EXPECT_EQ(host.acting_as, first->token());
+    EXPECT_EQ(host.count("RevertToSelf"), 0);
 }
 
 TEST_F(Impersonation, AThreadNeverSeesAnothersRegistrationOfAShare) {
-    const std::wstring share = L"\\\\host\\ADMIN$";
-    const auto mine = a_user();
-    const auto theirs = a_user();
+    const auto mine = a_user(), theirs = a_user();
     const auto found = [&] { return win::impersonation_tokens().find(share + L"\\x"); };
     {
         const win::registered_share_t registered(share, mine);
@@ -127,18 +113,11 @@ TEST_F(Impersonation, AThreadNeverSeesAnothersRegistrationOfAShare) {
 TEST_F(Impersonation, AMapThatGoesBeforeItsOperationsIsTold) {
     for (const bool in_order : {true, false}) {
         win::win_impersonation_tokens_map_t map;
-        map.add(L"\\\\host\\ADMIN$", a_user());
+        map.add(share, a_user());
         if (in_order)
             map.remove(L"\\\\HOST\\admin$");
     }
     EXPECT_THAT(log.texts(), ElementsAre("ERR |Failed to destroy WinImpersonationTokensMap"));
-}
-
-TEST_F(Impersonation, AnOperationThatCannotImpersonateFailsAndIsNotCounted) {
-    const win::registered_share_t registered(L"\\\\host\\ADMIN$", a_user());
-    host.fail("ImpersonateLoggedOnUser", ERROR_INVALID_HANDLE);
-    EXPECT_THAT(thrown([&] { win::file_operation_t(L"\\\\host\\ADMIN$\\x", functions); }),
-                ElementsAre(exc::system_error_text(ERROR_INVALID_HANDLE), "Failed to impersonate logged on user"));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "tests/deploy/played_host.h"
 
 #include <algorithm>
+#include <concepts>
 #include <cstring>
 #include <memory>
 
@@ -9,7 +10,27 @@
 namespace played {
 namespace {
 
-std::string or_null(const wchar_t* text) { return text ? text::narrow(text) : "null"; }
+// What is shown of an argument: texts, numbers, and that a pointer is null.
+std::string shown(const wchar_t* text) { return text ? text::narrow(text) : "null"; }
+std::string shown(const char* text) { return text ? text : "null"; }
+std::string shown(const void* pointer) { return pointer ? "" : "null"; }
+std::string shown(std::integral auto number) {
+    return number < 0x10000 ? std::to_string(number) : text::hex8(static_cast<std::uint32_t>(number));
+}
+std::string shown(NETRESOURCEW* resource) {
+    NETRESOURCEW plain{};
+    plain.lpRemoteName = resource->lpRemoteName;
+    return shown(resource->lpRemoteName) + (std::memcmp(&plain, resource, sizeof plain) == 0 ? "" : " and more");
+}
+
+template <class... Args>
+std::string list_of(Args... args) {
+    std::string list;
+    for (const std::string& text : std::initializer_list<std::string>{shown(args)...})
+        if (!text.empty())
+            list += (list.empty() ? "" : ", ") + text;
+    return list;
+}
 
 std::wstring parent_of(const std::wstring& path) { return path.substr(0, path.rfind(L'\\')); }
 
@@ -25,29 +46,40 @@ host_t::host_t() {
     add_file(L"C:\\console\\KorvaDeploymentSvc.exe");
 }
 
-DWORD host_t::enter(const std::string& name, const std::string& arguments, reasons_t reasons) {
+DWORD host_t::enter(const std::string& name, const std::string& arguments) {
     const int nth = ++counts_[name];
     calls.push_back(name + "(" + arguments + ")");
     const auto found = failures_.find(name);
-    if (found != failures_.end() && (found->second.nth == 0 || found->second.nth == nth))
-        return found->second.code;
-    for (const auto& [holds, code] : reasons)
-        if (holds)
+    return found != failures_.end() && (found->second.nth == 0 || found->second.nth == nth) ? found->second.code : NO_ERROR;
+}
+
+template <class Result, class... Args, class Model>
+void host_t::play(std::function<Result(Args...)>& function, const char* name, Model model) {
+    function = [=, this](Args... args) -> Result {
+        DWORD code = enter(name, list_of(args...));
+        if constexpr (std::is_void_v<decltype(model(args...))>) {
+            if (code == NO_ERROR)
+                model(args...);
+        } else if (code == NO_ERROR) {
+            code = static_cast<DWORD>(model(args...));
+        }
+        ::SetLastError(code);
+        if constexpr (std::is_same_v<Result, DWORD>)
             return code;
-    return NO_ERROR;
+        else if constexpr (std::is_same_v<Result, BOOL>)
+            return code == NO_ERROR;
+        else if (code == NO_ERROR)
+            return static_cast<Result>(opened(name));
+        else
+            return std::is_same_v<Result, HANDLE> ? static_cast<Result>(INVALID_HANDLE_VALUE) : nullptr;
+    };
 }
 
-BOOL host_t::answer(const std::string& name, const std::string& arguments, reasons_t reasons) {
-    const DWORD code = enter(name, arguments, reasons);
-    ::SetLastError(code);
-    return code == NO_ERROR;
-}
-
-std::string host_t::call(const std::string& name) const {
-    for (const std::string& call : calls)
-        if (call.starts_with(name + "("))
-            return call;
-    return {};
+std::vector<std::string> host_t::calls_of(const std::string& name) const {
+    std::vector<std::string> found;
+    std::ranges::copy_if(calls, std::back_inserter(found),
+                         [&](const std::string& call) { return call.starts_with(name + "("); });
+    return found;
 }
 
 void host_t::install(const std::string& command_line, DWORD state) {
@@ -65,7 +97,7 @@ std::string host_t::left_open() const {
     return left + (given_back_twice_ ? "given back twice " : "") + (acting_as ? "impersonation " : "");
 }
 
-void* host_t::opened(const char* kind, void* handle) {
+void* host_t::opened(const std::string& kind, void* handle) {
     if (!handle)
         handle = reinterpret_cast<void*>(++last_handle_);
     open_[handle] = kind;
@@ -80,165 +112,108 @@ BOOL host_t::given_back(void* handle) {
 
 impl::deployer_platform_t host_t::platform() {
     impl::deployer_platform_t platform;
-    platform.accounts.logon_user = [this](LPCSTR user, LPCSTR domain, LPCSTR, DWORD type, DWORD provider, PHANDLE token) {
-        const BOOL known = answer("LogonUserA", text::format("%1\\%2, %3, %4", domain, user, type, provider));
-        *token = known ? ::CreateEventW(nullptr, FALSE, FALSE, nullptr) : nullptr;
-        return known;
-    };
-    platform.impersonation.impersonate = [this](HANDLE token) {
-        const BOOL done = answer("ImpersonateLoggedOnUser", "");
-        acting_as = done ? token : acting_as;
-        return done;
-    };
-    platform.impersonation.revert = [this] {
-        const BOOL done = answer("RevertToSelf", "");
-        acting_as = done ? nullptr : acting_as;
-        return done;
-    };
-    platform.shares.get_info = [this](LMSTR host, LMSTR share, DWORD level, LPBYTE* buffer) -> DWORD {
-        if (const DWORD code = enter("NetShareGetInfo", text::format("%1, %2, %3", host, share, level)))
-            return code;
+    play(platform.accounts.logon_user, "LogonUserA",
+         [](auto, auto, auto, auto, auto, PHANDLE token) { *token = ::CreateEventW(nullptr, FALSE, FALSE, nullptr); });
+    play(platform.impersonation.impersonate, "ImpersonateLoggedOnUser", [this](HANDLE token) { acting_as = token; });
+    play(platform.impersonation.revert, "RevertToSelf", [this] { acting_as = nullptr; });
+    play(platform.shares.get_info, "NetShareGetInfo", [this](auto, auto, auto, LPBYTE* buffer) {
         auto information = std::make_unique<SHARE_INFO_2>();
-        information->shi2_path = share_path.data();
-        *buffer = reinterpret_cast<BYTE*>(information.release());
-        opened("share buffer", *buffer);
-        return 0;
-    };
+        information->shi2_path = const_cast<wchar_t*>(share_path);
+        *buffer = static_cast<BYTE*>(opened("share buffer", information.release()));
+    });
     platform.shares.free_buffer = [this](LPVOID buffer) -> DWORD {
         given_back(buffer);
         delete static_cast<SHARE_INFO_2*>(buffer);
-        return 0;
+        return NO_ERROR;
     };
-    add_network_functions(platform.network);
-    add_service_functions(platform.services);
-    add_file_functions(platform.files);
+    play_network(platform.network);
+    play_services(platform.services);
+    play_files(platform.files);
     return platform;
 }
 
-void host_t::add_network_functions(win::network_functions_t& functions) {
-    functions.add = [this](LPNETRESOURCEW resource, LPCWSTR password, LPCWSTR user, DWORD flags) -> DWORD {
-        const bool other_fields = resource->dwScope || resource->dwType || resource->dwDisplayType || resource->dwUsage ||
-                                  resource->lpLocalName || resource->lpComment || resource->lpProvider;
-        const bool conflict = std::any_of(connections.begin(), connections.end(), [&](const std::wstring& name) {
-            return win::same_name(short_host_of(name), short_host_of(resource->lpRemoteName));
-        });
-        const DWORD code = enter("WNetAddConnection2W",
-                                 text::format("%1, %2, %3, %4%5", resource->lpRemoteName, or_null(password), or_null(user),
-                                              flags, other_fields ? ", other fields" : ""),
-                                 {{conflict, ERROR_SESSION_CREDENTIAL_CONFLICT}});
-        if (code == 0 || code == ERROR_DEVICE_ALREADY_REMEMBERED)
-            connected.insert(resource->lpRemoteName);
-        return code;
-    };
-    functions.cancel = [this](LPCWSTR name, BOOL force) -> DWORD {
-        const DWORD code = enter("WNetCancelConnectionW", text::format("%1, %2", name, force));
-        if (code == 0 || code == ERROR_NOT_CONNECTED) {
-            connected.erase(name);
-            std::erase_if(connections, [name](const std::wstring& each) { return win::same_name(each, name); });
-        }
-        return code;
-    };
-    functions.open_enumeration = [this](DWORD scope, DWORD type, DWORD usage, LPNETRESOURCEA start, LPHANDLE handle) -> DWORD {
-        const DWORD code = enter("WNetOpenEnumA", text::format("%1, %2, %3, %4", scope, type, usage, start ? "start" : "null"));
-        if (code == 0) {
-            *handle = opened("enumeration");
-            next_connection_ = 0;
-        }
-        return code;
-    };
-    functions.next_resource = [this](HANDLE, LPDWORD count, LPVOID buffer, LPDWORD size) -> DWORD {
-        if (const DWORD code = enter("WNetEnumResourceW", text::format("%1", *count)))
-            return code;
+void host_t::play_network(win::network_functions_t& functions) {
+    play(functions.add, "WNetAddConnection2W", [this](LPNETRESOURCEW resource, auto...) {
+        for (const std::wstring& name : connections)
+            if (win::same_name(short_host_of(name), short_host_of(resource->lpRemoteName)))
+                return ERROR_SESSION_CREDENTIAL_CONFLICT;
+        connected.insert(resource->lpRemoteName);
+        return NO_ERROR;
+    });
+    play(functions.cancel, "WNetCancelConnectionW", [this](LPCWSTR name, auto) {
+        connected.erase(name);
+        std::erase_if(connections, [name](const std::wstring& each) { return win::same_name(each, name); });
+    });
+    play(functions.open_enumeration, "WNetOpenEnumA", [this](auto, auto, auto, auto, LPHANDLE handle) {
+        *handle = opened("enumeration");
+        next_connection_ = 0;
+    });
+    play(functions.next_resource, "WNetEnumResourceW", [this](HANDLE, LPDWORD, LPVOID buffer, LPDWORD size) {
         if (next_connection_ == connections.size())
             return ERROR_NO_MORE_ITEMS;
         const std::wstring& name = connections[next_connection_];
-        const DWORD needed = static_cast<DWORD>(sizeof(NETRESOURCEW) + (name.size() + 1) * sizeof(wchar_t));
+        const std::size_t needed = sizeof(NETRESOURCEW) + (name.size() + 1) * sizeof(wchar_t);
         if (*size < needed) {
-            *size = needed;
+            *size = static_cast<DWORD>(needed);
             return ERROR_MORE_DATA;
         }
         auto* const resource = static_cast<NETRESOURCEW*>(buffer);
         *resource = {};
-        if (!name.empty()) {
-            resource->lpRemoteName = reinterpret_cast<wchar_t*>(resource + 1);
-            std::memcpy(resource->lpRemoteName, name.c_str(), (name.size() + 1) * sizeof(wchar_t));
-        }
+        if (!name.empty())
+            resource->lpRemoteName = std::wcscpy(reinterpret_cast<wchar_t*>(resource + 1), name.c_str());
         ++next_connection_;
-        return 0;
-    };
-    functions.close_enumeration = [this](HANDLE handle) -> DWORD { return given_back(handle), 0; };
+        return NO_ERROR;
+    });
+    functions.close_enumeration = [this](HANDLE handle) -> DWORD { return given_back(handle), NO_ERROR; };
 }
 
-void host_t::add_service_functions(win::service_functions_t& functions) {
-    const auto handle = [this](BOOL made) { return made ? static_cast<SC_HANDLE>(opened("service handle")) : nullptr; };
-    const auto change = [this](BOOL begun, DWORD pending, DWORD target) {
-        if (begun) {
-            service_state = pending;
-            target_state_ = target;
-            polls_ = 0;
-        }
-        return begun;
+void host_t::play_services(win::service_functions_t& functions) {
+    const auto change = [this](DWORD target, DWORD code_when_there) -> DWORD {
+        if (service_state == target)
+            return code_when_there;
+        service_state = 0;  // on its way
+        target_state_ = target;
+        polls_ = 0;
+        return NO_ERROR;
     };
-    functions.open_manager = [=, this](LPCWSTR host, LPCWSTR database, DWORD access) {
-        return handle(
-            answer("OpenSCManagerW", text::format("%1, %2, %3", or_null(host), or_null(database), text::hex8(access))));
-    };
-    functions.open = [=, this](SC_HANDLE, LPCWSTR name, DWORD access) {
-        return handle(answer("OpenServiceW", text::format("%1, %2", name, text::hex8(access)),
-                             {{!service_exists, ERROR_SERVICE_DOES_NOT_EXIST}}));
-    };
-    functions.create = [=, this](SC_HANDLE, LPCWSTR name, LPCWSTR display_name, DWORD access, DWORD type, DWORD start,
-                                 DWORD error, LPCWSTR path, LPCWSTR group, LPDWORD tag, LPCWSTR dependencies, LPCWSTR account,
-                                 LPCWSTR password) {
-        std::string list;
-        for (LPCWSTR each = dependencies; each && *each; each += std::wcslen(each) + 1)
-            list += text::narrow(each) + ";";
-        const BOOL made =
-            answer("CreateServiceW", text::format("%1, %2, %3, %4, %5, %6, %7, %8, %9, %10, %11, %12", name, display_name,
-                                                  text::hex8(access), type, start, error, path, or_null(group),
-                                                  tag ? "tag" : "null", list, or_null(account), or_null(password)));
-        if (made)
-            install(text::narrow(path), SERVICE_STOPPED);
-        return handle(made);
-    };
-    functions.start = [=, this](SC_HANDLE, DWORD count, LPCSTR* arguments) {
-        const BOOL begun = answer("StartServiceA", text::format("%1, %2", count, arguments ? "arguments" : "null"),
-                                  {{service_state == SERVICE_RUNNING, ERROR_SERVICE_ALREADY_RUNNING}});
-        return change(begun, SERVICE_START_PENDING, SERVICE_RUNNING);
-    };
-    functions.control = [=, this](SC_HANDLE, DWORD control, LPSERVICE_STATUS) {
-        const BOOL begun = answer("ControlService", text::format("%1", control),
-                                  {{service_state == SERVICE_STOPPED, ERROR_SERVICE_NOT_ACTIVE}});
-        return change(begun, SERVICE_STOP_PENDING, SERVICE_STOPPED);
-    };
-    functions.query_status = [this](SC_HANDLE, LPSERVICE_STATUS status) {
+    play(functions.open_manager, "OpenSCManagerW", [](auto...) {});
+    play(functions.open, "OpenServiceW", [this](auto...) { return service_exists ? NO_ERROR : ERROR_SERVICE_DOES_NOT_EXIST; });
+    play(functions.create, "CreateServiceW",
+         [this](SC_HANDLE, LPCWSTR, LPCWSTR, DWORD, DWORD, DWORD, DWORD, LPCWSTR path, LPCWSTR, LPDWORD, LPCWSTR needed,
+                auto...) {
+             install(text::narrow(path), SERVICE_STOPPED);
+             service_dependencies.clear();
+             for (; *needed; needed += std::wcslen(needed) + 1)
+                 service_dependencies += text::narrow(needed) + ";";
+         });
+    play(functions.start, "StartServiceA", [=](auto...) { return change(SERVICE_RUNNING, ERROR_SERVICE_ALREADY_RUNNING); });
+    play(functions.control, "ControlService", [=](auto...) { return change(SERVICE_STOPPED, ERROR_SERVICE_NOT_ACTIVE); });
+    play(functions.query_status, "QueryServiceStatus", [this](SC_HANDLE, LPSERVICE_STATUS status) {
         if (++polls_ >= polls_until_state)
             service_state = target_state_;
         status->dwCurrentState = service_state;
-        return answer("QueryServiceStatus", "");
-    };
-    functions.remove = [this](SC_HANDLE) { return marked_for_deletion_ = answer("DeleteService", ""); };
-    functions.query_configuration = [this](SC_HANDLE, LPQUERY_SERVICE_CONFIGA found, DWORD size, LPDWORD needed) {
-        *needed = static_cast<DWORD>(sizeof *found + service_command_line.size() + 1);
-        const BOOL read = answer("QueryServiceConfigA", "", {{size < *needed, ERROR_INSUFFICIENT_BUFFER}});
-        if (read) {
-            *found = {};
-            found->lpBinaryPathName = reinterpret_cast<char*>(found + 1);
-            std::memcpy(found->lpBinaryPathName, service_command_line.c_str(), service_command_line.size() + 1);
+    });
+    play(functions.remove, "DeleteService", [this](SC_HANDLE) { marked_for_deletion_ = true; });
+    play(functions.query_configuration, "QueryServiceConfigA",
+         [this](SC_HANDLE, LPQUERY_SERVICE_CONFIGA found, DWORD size, LPDWORD needed) {
+             *needed = static_cast<DWORD>(sizeof *found + service_command_line.size() + 1);
+             if (size < *needed)
+                 return ERROR_INSUFFICIENT_BUFFER;
+             *found = {};
+             found->lpBinaryPathName = std::strcpy(reinterpret_cast<char*>(found + 1), service_command_line.c_str());
+             return NO_ERROR;
+         });
+    play(functions.change_configuration, "ChangeServiceConfig2W", [this](SC_HANDLE, DWORD level, LPVOID information) {
+        if (level == SERVICE_CONFIG_DESCRIPTION) {
+            service_description = text::narrow(static_cast<SERVICE_DESCRIPTIONW*>(information)->lpDescription);
+            return;
         }
-        return read;
-    };
-    functions.change_configuration = [this](SC_HANDLE, DWORD level, LPVOID information) {
-        if (level == SERVICE_CONFIG_DESCRIPTION)
-            return answer("ChangeServiceConfig2W/1",
-                          text::narrow(static_cast<SERVICE_DESCRIPTIONW*>(information)->lpDescription));
         const auto& actions = *static_cast<SERVICE_FAILURE_ACTIONSW*>(information);
-        std::string text = text::format("reset %1, %2, %3, %4 actions", actions.dwResetPeriod, or_null(actions.lpRebootMsg),
-                                        or_null(actions.lpCommand), actions.cActions);
+        failure_actions = "reset " + list_of(actions.dwResetPeriod, actions.lpRebootMsg, actions.lpCommand);
         for (DWORD i = 0; i < actions.cActions; ++i)
-            text += text::format(" %1/%2", static_cast<int>(actions.lpsaActions[i].Type), actions.lpsaActions[i].Delay);
-        return answer("ChangeServiceConfig2W/2", text);
-    };
+            failure_actions +=
+                text::format(" %1/%2", static_cast<int>(actions.lpsaActions[i].Type), actions.lpsaActions[i].Delay);
+    });
     functions.close = [this](SC_HANDLE handle) {
         given_back(handle);
         if (marked_for_deletion_ && open_.empty())
@@ -248,75 +223,65 @@ void host_t::add_service_functions(win::service_functions_t& functions) {
     functions.polls.wait = [this](std::uint32_t milliseconds) { waits.push_back(milliseconds); };
 }
 
-void host_t::add_file_functions(win::file_functions_t& functions) {
-    functions.create_directory = [this](LPCWSTR path, LPSECURITY_ATTRIBUTES) {
-        const BOOL made = answer("CreateDirectoryW", text::narrow(path),
-                                 {{has(path), ERROR_ALREADY_EXISTS}, {!has(parent_of(path)), ERROR_PATH_NOT_FOUND}});
-        if (made)
-            add_folder(path);
-        return made;
-    };
-    functions.remove_directory = [this](LPCWSTR path) {
-        const bool link = has(path) && (files[path] & FILE_ATTRIBUTE_REPARSE_POINT);
-        const bool holds_any = std::any_of(files.begin(), files.end(),
-                                           [&](const auto& file) { return win::same_name(parent_of(file.first), path); });
-        return answer("RemoveDirectoryW", text::narrow(path), {{holds_any && !link, ERROR_DIR_NOT_EMPTY}}) && files.erase(path);
-    };
-    functions.get_attributes = [this](LPCWSTR path) -> DWORD {
-        return answer("GetFileAttributesW", text::narrow(path), {{!has(path), ERROR_FILE_NOT_FOUND}}) ? files[path]
-                                                                                                      : INVALID_FILE_ATTRIBUTES;
-    };
-    functions.set_attributes = [this](LPCWSTR path, DWORD attributes) {
-        const BOOL set = answer("SetFileAttributesW", text::format("%1, %2", path, text::hex8(attributes)));
-        if (set)
-            files[path] = attributes;
-        return set;
-    };
+void host_t::play_files(win::file_functions_t& functions) {
     const auto attributes_of = [this](LPCWSTR path) { return has(path) ? files[path] : 0; };
-    functions.copy = [=, this](LPCWSTR from, LPCWSTR to, BOOL fail_if_exists) {
-        const bool guarded = attributes_of(to) & (FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_READONLY);
-        const BOOL copied = answer("CopyFileW", text::format("%1, %2, %3", from, to, fail_if_exists),
-                                   {{!has(from), ERROR_FILE_NOT_FOUND}, {guarded, ERROR_ACCESS_DENIED}});
-        if (copied)
-            files[to] = files[from];
-        return copied;
-    };
-    functions.remove = [=, this](LPCWSTR path) {
-        const bool guarded = attributes_of(path) & FILE_ATTRIBUTE_READONLY;
-        return answer("DeleteFileW", text::narrow(path),
-                      {{!has(path), ERROR_FILE_NOT_FOUND}, {guarded, ERROR_ACCESS_DENIED}}) &&
-               files.erase(path);
+    play(functions.create_directory, "CreateDirectoryW", [this](LPCWSTR path, auto) {
+        if (!has(parent_of(path)))
+            return ERROR_PATH_NOT_FOUND;
+        add_folder(path);
+        return NO_ERROR;
+    });
+    play(functions.remove_directory, "RemoveDirectoryW", [=, this](LPCWSTR path) {
+        const bool link = attributes_of(path) & FILE_ATTRIBUTE_REPARSE_POINT;
+        for (const auto& [name, attributes] : files)
+            if (!link && win::same_name(parent_of(name), path))
+                return ERROR_DIR_NOT_EMPTY;
+        files.erase(path);
+        return NO_ERROR;
+    });
+    play(functions.set_attributes, "SetFileAttributesW", [this](LPCWSTR path, DWORD attributes) { files[path] = attributes; });
+    play(functions.copy, "CopyFileW", [=, this](LPCWSTR from, LPCWSTR to, BOOL) {
+        if (attributes_of(to) & (FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_READONLY))
+            return ERROR_ACCESS_DENIED;
+        files[to] = files.at(from);
+        return NO_ERROR;
+    });
+    play(functions.remove, "DeleteFileW", [=, this](LPCWSTR path) {
+        if (attributes_of(path) & FILE_ATTRIBUTE_READONLY)
+            return ERROR_ACCESS_DENIED;
+        return files.erase(path) ? NO_ERROR : ERROR_FILE_NOT_FOUND;
+    });
+    functions.get_attributes = [this](LPCWSTR path) -> DWORD {
+        const DWORD code = enter("GetFileAttributesW", text::narrow(path));
+        ::SetLastError(code ? code : ERROR_FILE_NOT_FOUND);
+        return code == NO_ERROR && has(path) ? files[path] : INVALID_FILE_ATTRIBUTES;
     };
     const auto show_next = [this](LPWIN32_FIND_DATAW data) {
-        if (next_found_ == found_.size())
-            return ::SetLastError(ERROR_NO_MORE_FILES), FALSE;
-        const std::wstring& path = found_[next_found_++];
+        if (found_.empty())
+            return ERROR_NO_MORE_FILES;
         *data = {};
-        std::wcsncpy(data->cFileName, std::wstring(win::file_name_of(path)).c_str(), MAX_PATH - 1);
-        data->dwFileAttributes = has(path) ? files[path] : FILE_ATTRIBUTE_DIRECTORY;
-        return TRUE;
+        std::wcsncpy(data->cFileName, std::wstring(win::file_name_of(found_.back())).c_str(), MAX_PATH - 1);
+        data->dwFileAttributes = has(found_.back()) ? files[found_.back()] : FILE_ATTRIBUTE_DIRECTORY;
+        found_.pop_back();
+        return NO_ERROR;
     };
-    functions.find_first = [=, this](LPCWSTR mask, LPWIN32_FIND_DATAW data) -> HANDLE {
-        if (!answer("FindFirstFileW", text::narrow(mask)))
-            return INVALID_HANDLE_VALUE;
+    play(functions.find_first, "FindFirstFileW", [=, this](LPCWSTR mask, LPWIN32_FIND_DATAW data) {
         const std::wstring folder = parent_of(mask);
-        found_ = {folder + L"\\.", folder + L"\\.."};
+        found_ = {folder + L"\\..", folder + L"\\."};
         for (const auto& [name, attributes] : files)
             if (win::same_name(parent_of(name), folder))
                 found_.push_back(name);
-        next_found_ = 0;
-        show_next(data);
-        return opened("search");
-    };
-    functions.find_next = [=, this](HANDLE, LPWIN32_FIND_DATAW data) { return answer("FindNextFileW", "") && show_next(data); };
+        return show_next(data);
+    });
+    play(functions.find_next, "FindNextFileW", [=](HANDLE, LPWIN32_FIND_DATAW data) { return show_next(data); });
     functions.find_close = [this](HANDLE search) { return given_back(search); };
-    functions.module_handle = [this](LPCWSTR name) -> HMODULE {
-        return answer("GetModuleHandleW", text::narrow(name)) ? reinterpret_cast<HMODULE>(this) : nullptr;
+    functions.module_handle = [this](LPCWSTR name) {
+        ::SetLastError(enter("GetModuleHandleW", text::narrow(name)));
+        return ::GetLastError() ? nullptr : reinterpret_cast<HMODULE>(this);
     };
     functions.module_file_name = [this](HMODULE, LPWSTR path, DWORD size) -> DWORD {
-        if (!answer("GetModuleFileNameW", ""))
-            return 0;
-        return static_cast<DWORD>(std::swprintf(path, size, L"%ls", L"C:\\console\\KorvaProxyClient.dll"));
+        ::SetLastError(enter("GetModuleFileNameW", ""));
+        return ::GetLastError() ? 0 : static_cast<DWORD>(std::swprintf(path, size, L"C:\\console\\KorvaProxyClient.dll"));
     };
     functions.file_removal.wait =
         functions.folder_removal.wait = [this](std::uint32_t milliseconds) { waits.push_back(milliseconds); };

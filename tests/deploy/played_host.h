@@ -13,7 +13,7 @@
 namespace played {
 
 // A host in memory behind the deployer's platform functions: its service, its share, its files, who the thread acts as. Every
-// call is recorded with its arguments and can be made to fail; what is open is counted.
+// call is recorded with its texts and numbers and can be made to fail; what is open is counted.
 class host_t {
 public:
     host_t();
@@ -35,12 +35,8 @@ public:
     // though it was not open; empty when all is in order.
     std::string left_open() const;
 
-    int count(const std::string& call) const {
-        const auto found = counts_.find(call);
-        return found == counts_.end() ? 0 : found->second;
-    }
-    // The recorded call of this name, "" where there was none.
-    std::string call(const std::string& name) const;
+    int count(const std::string& call) const { return counts_.contains(call) ? counts_.at(call) : 0; }
+    std::vector<std::string> calls_of(const std::string& name) const;
 
     bool has(const std::wstring& path) const { return files.contains(path); }
     void add_file(const std::wstring& path, DWORD attributes = FILE_ATTRIBUTE_ARCHIVE) { files[path] = attributes; }
@@ -48,11 +44,11 @@ public:
     void install(const std::string& command_line, DWORD state);
 
     // The model.
-    std::wstring share_path = L"C:\\Windows";
+    const wchar_t* share_path = L"C:\\Windows";
     bool service_exists = false;
     DWORD service_state = SERVICE_STOPPED;
     int polls_until_state = 1;  // how many looks it takes until a start or a stop is seen
-    std::string service_command_line;
+    std::string service_command_line, service_description, service_dependencies, failure_actions;
     std::map<std::wstring, DWORD, win::name_less_t> files;  // through the share and local: attributes
     std::vector<std::wstring> connections;  // made by others, with other credentials: what the enumeration shows
     std::set<std::wstring> connected;       // by this process, not closed yet
@@ -67,15 +63,17 @@ private:
         int nth;
     };
 
-    // Why a call fails that is not told to: the first reason that holds.
-    using reasons_t = std::initializer_list<std::pair<bool, DWORD>>;
-    DWORD enter(const std::string& name, const std::string& arguments, reasons_t reasons = {});
-    BOOL answer(const std::string& name, const std::string& arguments, reasons_t reasons = {});
-    void add_service_functions(win::service_functions_t& functions);
-    void add_file_functions(win::file_functions_t& functions);
-    void add_network_functions(win::network_functions_t& functions);
+    // Records a call and says how it fails, 0 where it is not told to.
+    DWORD enter(const std::string& name, const std::string& arguments);
+    // Puts in the place of a platform function one that is recorded, may be told to fail, and else does as the model, which
+    // returns an error code.
+    template <class Result, class... Args, class Model>
+    void play(std::function<Result(Args...)>& function, const char* name, Model model);
+    void play_services(win::service_functions_t& functions);
+    void play_files(win::file_functions_t& functions);
+    void play_network(win::network_functions_t& functions);
     // Something that must be given back: `handle`, or a new one.
-    void* opened(const char* kind, void* handle = nullptr);
+    void* opened(const std::string& kind, void* handle = nullptr);
     BOOL given_back(void* handle);
 
     std::map<std::string, failure_t> failures_;
@@ -84,7 +82,6 @@ private:
     int given_back_twice_ = 0;
     std::uintptr_t last_handle_ = 0x1000;
     std::vector<std::wstring> found_;
-    std::size_t next_found_ = 0;
     std::size_t next_connection_ = 0;
     int polls_ = 0;
     DWORD target_state_ = SERVICE_STOPPED;
