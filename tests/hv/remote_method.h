@@ -30,6 +30,15 @@ void PrintTo(const remote_method_t<Context>& method, std::ostream* out) {
     *out << method.requests.front();
 }
 
+// Calls a getter of a text, which gives this one when it succeeds.
+template <class Getter>
+HRESULT gives_text(std::wstring_view text, Getter getter) {
+    win::unique_bstr given;
+    const HRESULT result = getter(given.put());
+    EXPECT_EQ(win::bstr_view(given.get()), SUCCEEDED(result) ? text : std::wstring_view());
+    return result;
+}
+
 // The method fails as the host does, then goes well.
 template <class Context>
 void play(const remote_method_t<Context>& method, Context& context, logging::captured_log_t& log) {

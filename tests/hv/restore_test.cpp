@@ -17,49 +17,10 @@ struct restore_t {
 };
 using method_t = remote_method_t<restore_t>;
 
-const method_t creating{[](restore_t& restore) {
-                            const HRESULT result = restore.manager->CreateSession(&restore.session);
-                            EXPECT_EQ(restore.session == GUID{}, FAILED(result));
-                            EXPECT_EQ(lab::host()->restore.sessions().empty(), FAILED(result)) << "nothing to close";
-                            return result;
-                        },
-                        {"CreateRestoreSession"},
-                        {"Creating Hyper-V restore session.", "Session was created. Session ID: '{session}'."},
-                        {"Failed to create Hyper-V restore session."}};
-
-const method_t importing{[](restore_t& restore) {
-                             return restore.manager->ImportConfig(restore.session, bstr(L"<B n=\"ü\"/>").get(),
-                                                                  bstr(L"<W/>").get());
-                         },
-                         {R"(HvImportConfig session={session} backup_document="<B n=\"ü\"/>" writer_document="<W/>")"},
-                         {"Importing Hyper-V backup configuration.", "Backup configuration was imported."},
-                         {"Failed to import Hyper-V backup configuration."}};
-
-const method_t preparing{
-    [](restore_t& restore) {
-        return restore.manager->PreRestore(restore.session, bstr(L"web").get(), bstr(files_xml).get(),
-                                           bstr(LR"(E:\back)").get());
-    },
-    {R"(HvPreRestore session={session} vm="web" files_xml="<FilesList><Item Path=\"D:\\vm\\web\\\" Mask=\"system.vhd\" )"
-     R"(Recursive=\"false\" RelativePath=\"system.vhd\" FullPath=\"\\\\?\\x\"/></FilesList>" new_path="E:\\back")"},
-    {"Performing pre-restore. Session ID: '{session}'. VMID: 'web'.", "Pre-restore completed."},
-    {"Failed to perform pre-restore."}};
-
-const method_t preparing_by_spec{
-    [](restore_t& restore) {
-        return restore.manager->PreRestoreEx(restore.session,
-                                             bstr(L"<RestoreSpec VMID='web' NewDestPath=''><FilesList/></RestoreSpec>").get());
-    },
-    {R"(HvPreRestoreEx session={session} specification="<RestoreSpec VMID='web' NewDestPath=''><FilesList/></RestoreSpec>")"},
-    {"Performing pre-restore. Session ID: '{session}'.", "Pre-restore completed."},
-    {"Failed to perform pre-restore."}};
-
 method_t listing_paths(const wchar_t* answer) {
     return {[answer](restore_t& restore) {
-                win::unique_bstr paths;
-                const HRESULT result = restore.manager->GetRestorePathsXml(restore.session, paths.put());
-                EXPECT_EQ(win::bstr_text(paths.get()), SUCCEEDED(result) ? answer : L"");
-                return result;
+                return gives_text(answer,
+                                  [&](BSTR* paths) { return restore.manager->GetRestorePathsXml(restore.session, paths); });
             },
             {"HvGetRestorePaths session={session}"},
             {"Obtaining list of restore paths. Session ID: '{session}'.", "List of restore paths was obtained."},
@@ -77,65 +38,92 @@ method_t reporting(bool succeeded) {
         {"Failed to update VM restore status."}};
 }
 
-const method_t finishing{[](restore_t& restore) { return restore.manager->PostRestore(restore.session); },
-                         {"HvPostRestore session={session}"},
-                         {"Performing VM post-restore steps. Session ID: '{session}'.",
-                          "Post restore steps were performed. Session ID: '{session}'."},
-                         {"Failed to perform post-restore steps."}};
+const method_t creating{[](restore_t& restore) {
+                            const HRESULT result = restore.manager->CreateSession(&restore.session);
+                            EXPECT_EQ(lab::host()->restore.sessions().empty(), FAILED(result)) << "nothing to close";
+                            return result;
+                        },
+                        {"CreateRestoreSession"},
+                        {"Creating Hyper-V restore session.", "Session was created. Session ID: '{session}'."},
+                        {"Failed to create Hyper-V restore session."}};
+
+const method_t importing{[](restore_t& restore) {
+                             return restore.manager->ImportConfig(restore.session, bstr(L"<B n=\"ü\"/>").get(),
+                                                                  bstr(L"<W/>").get());
+                         },
+                         {R"(HvImportConfig session={session} backup_document="<B n=\"ü\"/>" writer_document="<W/>")"},
+                         {"Importing Hyper-V backup configuration.", "Backup configuration was imported."},
+                         {"Failed to import Hyper-V backup configuration."}};
 
 const method_t closing{[](restore_t& restore) { return restore.manager->CloseSession(restore.session); },
                        {"HvCloseRestoreSession session={session}"},
                        {"Closing VM restore session. Session ID: '{session}'.", "VM restore session was closed."},
                        {"Failed to close restore session."}};
 
+// In the order of a console.
+const method_t methods[] = {
+    creating,
+    importing,
+    {[](restore_t& restore) {
+         return restore.manager->PreRestore(restore.session, bstr(L"web").get(), bstr(files_xml).get(),
+                                            bstr(LR"(E:\back)").get());
+     },
+     {R"(HvPreRestore session={session} vm="web" files_xml="<FilesList><Item Path=\"D:\\vm\\web\\\" Mask=\"system.vhd\" )"
+      R"(Recursive=\"false\" RelativePath=\"system.vhd\" FullPath=\"\\\\?\\x\"/></FilesList>" new_path="E:\\back")"},
+     {"Performing pre-restore. Session ID: '{session}'. VMID: 'web'.", "Pre-restore completed."},
+     {"Failed to perform pre-restore."}},
+    listing_paths(
+        LR"(<RestorePaths VMID="web"><File Source="D:\vm\web\system.vhd" Target="E:\back\system.vhd"/></RestorePaths>)"),
+    reporting(false),
+    {[](restore_t& restore) { return restore.manager->PostRestore(restore.session); },
+     {"HvPostRestore session={session}"},
+     {"Performing VM post-restore steps. Session ID: '{session}'.",
+      "Post restore steps were performed. Session ID: '{session}'."},
+     {"Failed to perform post-restore steps."}},
+    closing,
+    // Again, told all at once.
+    creating,
+    importing,
+    {[](restore_t& restore) {
+         return restore.manager->PreRestoreEx(restore.session,
+                                              bstr(L"<RestoreSpec VMID='web' NewDestPath=''><FilesList/></RestoreSpec>").get());
+     },
+     {R"(HvPreRestoreEx session={session} specification="<RestoreSpec VMID='web' NewDestPath=''><FilesList/></RestoreSpec>")"},
+     {"Performing pre-restore. Session ID: '{session}'.", "Pre-restore completed."},
+     {"Failed to perform pre-restore."}},
+    listing_paths(LR"(<RestorePaths VMID="web"></RestorePaths>)"),
+    reporting(true),
+    closing,
+};
+
 class Restore : public session {};
 
 TEST_F(Restore, MethodsSendLogAndFailExactlySo) {
     restore_t restore(connected_integrator());
-    constexpr wchar_t paths[] =
-        LR"(<RestorePaths VMID="web"><File Source="D:\vm\web\system.vhd" Target="E:\back\system.vhd"/></RestorePaths>)";
-    for (const method_t& method : {creating, importing, preparing, listing_paths(paths), reporting(false), finishing, closing})
-        play(method, restore, log_);
-    for (const method_t& method : {creating, importing, preparing_by_spec,
-                                   listing_paths(LR"(<RestorePaths VMID="web"></RestorePaths>)"), reporting(true), closing})
+    for (const method_t& method : methods)
         play(method, restore, log_);
 }
 
 // What the host answers goes out as it is, step by step; nothing here looks at the order.
 TEST_F(Restore, LeavesTheOrderToTheHost) {
     restore_t restore(new_integrator());
-    const auto refused = [&](const method_t& step, const char* refusal, const char* needed, const char* stage) {
-        lab::requests().take();
-        EXPECT_EQ(outcome(step.call(restore)),
-                  failed({step.failure[0], text::format("%1 needs a restore session that is %2; the session '%3' is %4.",
-                                                        refusal, needed, restore.session, stage)}));
-        EXPECT_EQ(lab::requests().take().size(), 1u) << "asked all the same";
-    };
-    const method_t paths = listing_paths(L""), status = reporting(true);
     EXPECT_EQ(outcome(closing.call(restore)),
               failed({closing.failure[0], "There is no restore session '00000000-0000-0000-0000-000000000000'."}));
     ASSERT_EQ(outcome(creating.call(restore)), succeeded());
-    refused(preparing, "Pre-restore", "configured", "created");
-    refused(paths, "Listing the restore paths", "prepared", "created");
     ASSERT_EQ(outcome(importing.call(restore)), succeeded());
-    refused(importing, "Importing the configuration", "created", "configured");
-    refused(status, "Reporting the restore's outcome", "prepared", "configured");
-    ASSERT_EQ(outcome(preparing.call(restore)), succeeded());
-    refused(preparing_by_spec, "Pre-restore", "configured", "prepared");
-    refused(finishing, "Post-restore", "reported", "prepared");
-    ASSERT_EQ(outcome(status.call(restore)), succeeded());
-    refused(status, "Reporting the restore's outcome", "prepared", "reported");
+    for (const auto& [method, refusal] :
+         {std::pair(1, "Importing the configuration needs a restore session that is created"),
+          std::pair(3, "Listing the restore paths needs a restore session that is prepared"),
+          std::pair(4, "Reporting the restore's outcome needs a restore session that is prepared"),
+          std::pair(5, "Post-restore needs a restore session that is reported")}) {
+        lab::requests().take();
+        EXPECT_EQ(outcome(methods[method].call(restore)),
+                  failed(restore.filled(
+                      {methods[method].failure[0], std::string(refusal) + "; the session '{session}' is configured."})));
+        EXPECT_EQ(lab::requests().take().size(), 1u) << "asked all the same";
+    }
     restore.manager.reset();
     EXPECT_EQ(lab::host()->restore.sessions().size(), 1u) << "no session closes by itself";
-}
-
-TEST_F(Restore, NullOutputsDoNothing) {
-    restore_t restore(new_integrator());
-    log_.clear();
-    EXPECT_EQ(restore.manager->CreateSession(nullptr), E_POINTER);
-    EXPECT_EQ(restore.manager->GetRestorePathsXml(GUID{}, nullptr), E_POINTER);
-    EXPECT_EQ(log_.texts(), lines_t{});
-    EXPECT_EQ(lab::requests().take(), lines_t{});
 }
 
 }  // namespace

@@ -4,22 +4,20 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "KorvaProxyClient.h"
-#include "com/class_factory.h"
-#include "com/module.h"
 #include "foundation/automation.h"
-#include "foundation/com_ptr.h"
 #include "foundation/convert.h"
 #include "foundation/format.h"
 #include "lab/host_model.h"
 #include "lab/request_log.h"
 #include "lab/server.h"
 #include "logging/memory_receiver.h"
-#include "tests/foundation/com_thread.h"
+#include "tests/com/com_test.h"
 
 // A console's session with the lab, from COM to the wire and back: one lab for the whole program, a fresh model and log for
 // each test, and no object left at its end.
@@ -43,22 +41,13 @@ inline void PrintTo(const outcome_t& outcome, std::ostream* out) {
     *out << text::hex8(static_cast<std::uint32_t>(outcome.result)) << ' ' << ::testing::PrintToString(outcome.lines);
 }
 
-inline lines_t split_lines(const std::string& text) {
-    lines_t lines;
-    for (std::size_t start = 0; start <= text.size();) {
-        const std::size_t end = std::min(text.find('\n', start), text.size());
-        lines.push_back(text.substr(start, end - start));
-        start = end + 1;
-    }
-    return lines;
-}
-
 inline outcome_t outcome(HRESULT result) {
     outcome_t ended{result, {}};
-    win::com_ptr<IErrorInfo> info;
-    win::unique_bstr description;
-    if (FAILED(result) && ::GetErrorInfo(0, info.put()) == S_OK && info->GetDescription(description.put()) == S_OK)
-        ended.lines = split_lines(text::narrow(win::bstr_view(description.get())));
+    if (FAILED(result)) {
+        std::istringstream description(description_of_error());
+        for (std::string line; std::getline(description, line);)
+            ended.lines.push_back(line);
+    }
     return ended;
 }
 
@@ -83,13 +72,6 @@ inline lines_t as_logged(lines_t lines) {
     return lines;
 }
 
-// Outputs that an object cannot do without: expect_pointers(*volume.get(), &IClusterVolumeInformation::get_IsCSV, ...).
-template <class Interface, class... Getter>
-void expect_pointers(Interface& object, Getter... getter) {
-    const HRESULT results[] = {(object.*getter)(nullptr)...};
-    EXPECT_THAT(results, ::testing::Each(E_POINTER));
-}
-
 template <class Enumerator>
 bool next(Enumerator& list) {
     VARIANT_BOOL more = 7;
@@ -100,40 +82,41 @@ bool next(Enumerator& list) {
 
 inline win::unique_bstr bstr(std::wstring_view text) { return win::make_bstr(text); }
 
+// What a getter gives: given(*index.get(), &IChangeIndex::get_CurrentIndex).
+template <class Interface, class Value>
+Value given(Interface& object, HRESULT (STDMETHODCALLTYPE Interface::*getter)(Value*)) {
+    Value value{};
+    EXPECT_EQ((object.*getter)(&value), S_OK);
+    return value;
+}
+template <class Interface>
+std::wstring given_text(Interface& object, HRESULT (STDMETHODCALLTYPE Interface::*getter)(BSTR*)) {
+    win::unique_bstr text;
+    EXPECT_EQ((object.*getter)(text.put()), S_OK);
+    return win::bstr_text(text.get());
+}
+
 // The texts of a caller's array, which is destroyed.
 inline std::vector<std::wstring> take_texts(SAFEARRAY* array) {
     std::vector<std::wstring> texts;
-    if (!array)
-        return texts;
-    VARTYPE type = VT_EMPTY;
-    EXPECT_EQ(::SafeArrayGetVartype(array, &type), S_OK);
-    EXPECT_EQ(type, VT_BSTR);
-    BSTR* data = nullptr;
-    EXPECT_EQ(::SafeArrayAccessData(array, reinterpret_cast<void**>(&data)), S_OK);
-    for (ULONG i = 0; i < array->rgsabound[0].cElements; ++i)
-        texts.push_back(win::bstr_text(data[i]));
-    ::SafeArrayUnaccessData(array);
+    for (LONG i = 0; array && i < static_cast<LONG>(array->rgsabound[0].cElements); ++i) {
+        VARTYPE type = VT_EMPTY;
+        EXPECT_EQ(::SafeArrayGetVartype(array, &type), S_OK);
+        EXPECT_EQ(type, VT_BSTR);
+        win::unique_bstr text;
+        EXPECT_EQ(::SafeArrayGetElement(array, &i, text.put()), S_OK);
+        texts.push_back(win::bstr_text(text.get()));
+    }
     ::SafeArrayDestroy(array);
     return texts;
 }
 
-class session : public com_thread {
+class session : public com_test {
 protected:
     session() {
         lab_port();
         lab::reset();
         lab::requests().take();
-    }
-    ~session() override { EXPECT_FALSE(com::module::in_use()) << "objects are left"; }
-
-    // A new object of a creatable class.
-    template <class Interface>
-    static win::com_ptr<Interface> create(const CLSID& clsid) {
-        win::com_ptr<IClassFactory> factory;
-        win::com_ptr<Interface> object;
-        EXPECT_EQ(com::get_class_object(clsid, IID_IClassFactory, reinterpret_cast<void**>(factory.put())), S_OK);
-        EXPECT_EQ(factory->CreateInstance(nullptr, __uuidof(Interface), reinterpret_cast<void**>(object.put())), S_OK);
-        return object;
     }
 
     // An integrator that knows where the lab is. Wine's NTLM has no logon of the caller's own to show: it needs an account.

@@ -4,25 +4,40 @@
 namespace hv_tests {
 namespace {
 
-using ::testing::ElementsAre;
-
 using method_t = remote_method_t<backup_t>;
 
-HRESULT started(backup_t& backup, HRESULT result, win::com_ptr<IKorvaHvAsyncOp>& operation) {
-    GUID id{};
-    if (operation && operation->get_OperationID(&id) == S_OK)
-        backup.new_id = text::guid_text(id);
-    EXPECT_EQ(static_cast<bool>(operation), SUCCEEDED(result));
+template <class Getter>
+HRESULT gives_no_texts(Getter getter) {
+    SAFEARRAY* texts = nullptr;
+    const HRESULT result = getter(&texts);
+    EXPECT_EQ(texts != nullptr, SUCCEEDED(result)) << "empty is not null";
+    EXPECT_EQ(take_texts(texts).size(), 0u);
     return result;
 }
 
 method_t reporting(VARIANT_BOOL ok, const std::string& word) {
-    const std::string id = text::narrow(vm);
     return {[ok](backup_t& backup) { return backup.snapshot->SetVmBackupStatus(bstr(vm).get(), ok); },
-            {"HvSetVmBackupStatus snapshot={snapshot} vm=\"" + id + "\" status=" + (ok ? "1" : "0")},
-            {"Notifying proxy VSS about finished backup of VM '" + id + "'. Backup status: '" + word + "'. Proxy: '127.0.0.1'.",
+            {R"(HvSetVmBackupStatus snapshot={snapshot} vm="{vm}" status=)" + std::string(ok ? "1" : "0")},
+            {"Notifying proxy VSS about finished backup of VM '{vm}'. Backup status: '" + word + "'. Proxy: '127.0.0.1'.",
              "VSS notification was delivered."},
-            {"Failed to notify proxy VSS about finished backup. VmID: '" + id + "'. Proxy: '127.0.0.1'."}};
+            {"Failed to notify proxy VSS about finished backup. VmID: '{vm}'. Proxy: '127.0.0.1'."}};
+}
+
+// The first of its requests fails, or the second.
+method_t matching(std::size_t failing) {
+    lines_t failure{"Failed to obtain snapshot ID by snapshot task ID '{operation}'."};
+    if (failing == 1)
+        failure.push_back("Failed to obtain VSS metadata for snapshot '{snapshot}'. Host: '127.0.0.1'.");
+    return {[](backup_t& backup) {
+                return backup.onhost->GetSnapshotByOpID(backup.operation_id, win::com_ptr<IKorvaHvVssSnapshot>().put());
+            },
+            {"HvGetSnapshotIDByOperationID operation={operation}", "HvGetSnapshotInfo snapshot={snapshot}"},
+            {"Getting identifier of the snapshot ID by snapshot task ID ({operation}). Host: '127.0.0.1'.",
+             "Getting backup and writer documents for snapshot '{snapshot}'. Host: '127.0.0.1'.", "VSS metadata were received.",
+             "Matched snapshot ID: '{snapshot}'."},
+            failure,
+            failing + 1,
+            failing};
 }
 
 const method_t methods[] = {
@@ -42,9 +57,7 @@ const method_t methods[] = {
      {"Failed to refresh state of the task 'snapshot import'. Task ID: '{import}'. Host: '127.0.0.1'."}},
 
     {[](backup_t& backup) {
-         win::com_ptr<IKorvaHvAsyncOp> operation;
-         const HRESULT result = backup.onhost->BeginSnapshotCreation(bstr(L"<Snapshot Fail='中'/>").get(), operation.put());
-         return started(backup, result, operation);
+         return backup.begun(backup.onhost->BeginSnapshotCreation(bstr(L"<Snapshot Fail='中'/>").get(), backup.latest.put()));
      },
      {"HvBeginSnapshotCreation specification=\"<Snapshot Fail='中'/>\""},
      {"Sending request for onhost snapshot to server '127.0.0.1'. Snapshot spec: '<Snapshot Fail='中'/>'.",
@@ -52,64 +65,34 @@ const method_t methods[] = {
      {"Failed to send request for onhost snapshot to server '127.0.0.1'."}},
 
     {[](backup_t& backup) {
-         win::com_ptr<IKorvaHvAsyncOp> operation;
-         const HRESULT result = backup.onhost->BeginSnapshotCreationEx(bstr(L"<Snapshot/>").get(), bstr(L"Nightly").get(),
-                                                                       bstr(L"console-1").get(), operation.put());
-         return started(backup, result, operation);
+         return backup.begun(backup.onhost->BeginSnapshotCreationEx(bstr(L"<Snapshot/>").get(), bstr(L"Nightly").get(),
+                                                                    bstr(L"console-1").get(), backup.latest.put()));
      },
      {R"(HvBeginSnapshotCreationEx specification="<Snapshot/>" job="Nightly" console="console-1")"},
      {"Sending request for onhost snapshot to server '127.0.0.1'. Snapshot spec: '<Snapshot/>'. Job: 'Nightly'.",
-      "Snapshot task was successfully created. Host:'127.0.0.1'. Task ID: '{new}'."},
+      "Snapshot task was successfully created. Host:'127.0.0.1'. Task ID: '{latest}'."},
      {"Failed to send request for onhost snapshot to server '127.0.0.1'."}},
 
-    {[](backup_t& backup) {
-         win::com_ptr<IKorvaHvVssSnapshot> snapshot;
-         return backup.onhost->GetSnapshotByOpID(backup.operation_id, snapshot.put());
-     },
-     {"HvGetSnapshotIDByOperationID operation={operation}", "HvGetSnapshotInfo snapshot={snapshot}"},
-     {"Getting identifier of the snapshot ID by snapshot task ID ({operation}). Host: '127.0.0.1'.",
-      "Getting backup and writer documents for snapshot '{snapshot}'. Host: '127.0.0.1'.", "VSS metadata were received.",
-      "Matched snapshot ID: '{snapshot}'."},
-     {"Failed to obtain snapshot ID by snapshot task ID '{operation}'."}},
+    matching(0),
+    matching(1),
 
     {[](backup_t& backup) {
-         win::com_ptr<IKorvaHvVssSnapshot> snapshot;
-         return backup.onhost->GetSnapshotByOpID(backup.operation_id, snapshot.put());
-     },
-     {"HvGetSnapshotIDByOperationID operation={operation}", "HvGetSnapshotInfo snapshot={snapshot}"},
-     {"Getting identifier of the snapshot ID by snapshot task ID ({operation}). Host: '127.0.0.1'.",
-      "Getting backup and writer documents for snapshot '{snapshot}'. Host: '127.0.0.1'.", "VSS metadata were received.",
-      "Matched snapshot ID: '{snapshot}'."},
-     {"Failed to obtain snapshot ID by snapshot task ID '{operation}'.",
-      "Failed to obtain VSS metadata for snapshot '{snapshot}'. Host: '127.0.0.1'."},
-     2,
-     1},
-
-    {[](backup_t& backup) {
-         win::unique_bstr files;
          lab::host()->snapshots.files_list_answer = L"<no list";
-         const HRESULT result = backup.snapshot->BuildVmFilesXml(bstr(vm).get(), files.put());
-         EXPECT_EQ(win::bstr_view(files.get()), SUCCEEDED(result) ? L"<no list" : L"");
-         return result;
+         return gives_text(L"<no list", [&](BSTR* files) { return backup.snapshot->BuildVmFilesXml(bstr(vm).get(), files); });
      },
-     {R"(HvGetVMFilesList snapshot={snapshot} vm="6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02")"},
-     {"Listing VM files (VmID: 6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02). Proxy: '127.0.0.1'.", "VM listing: '<no list'."},
-     {"Getting list of VM files. VmID: '6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02'. Proxy: '127.0.0.1'."}},
+     {R"(HvGetVMFilesList snapshot={snapshot} vm="{vm}")"},
+     {"Listing VM files (VmID: {vm}). Proxy: '127.0.0.1'.", "VM listing: '<no list'."},
+     {"Getting list of VM files. VmID: '{vm}'. Proxy: '127.0.0.1'."}},
 
     {[](backup_t& backup) {
-         SAFEARRAY* files = nullptr;
          lab::host()->snapshots.files_list_answer = L"<FilesList/>";
-         const HRESULT result = backup.snapshot->EnumVmFiles(bstr(vm).get(), &files);
-         EXPECT_EQ(files != nullptr, SUCCEEDED(result));
-         EXPECT_THAT(take_texts(files), ElementsAre());
-         return result;
+         return gives_no_texts([&](SAFEARRAY** files) { return backup.snapshot->EnumVmFiles(bstr(vm).get(), files); });
      },
-     {R"(HvGetVMFilesList snapshot={snapshot} vm="6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02")"},
-     {"Querying proxy to list VM files (VmID: '6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02').",
-      "Listing VM files (VmID: 6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02). Proxy: '127.0.0.1'.", "VM listing: '<FilesList/>'.",
-      "Number of VM files: [0]"},
-     {"Failed to list VM files. VmID: '6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02'. Proxy: '127.0.0.1'.",
-      "Getting list of VM files. VmID: '6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02'. Proxy: '127.0.0.1'."},
+     {R"(HvGetVMFilesList snapshot={snapshot} vm="{vm}")"},
+     {"Querying proxy to list VM files (VmID: '{vm}').", "Listing VM files (VmID: {vm}). Proxy: '127.0.0.1'.",
+      "VM listing: '<FilesList/>'.", "Number of VM files: [0]"},
+     {"Failed to list VM files. VmID: '{vm}'. Proxy: '127.0.0.1'.",
+      "Getting list of VM files. VmID: '{vm}'. Proxy: '127.0.0.1'."},
      2},
 
     reporting(VARIANT_TRUE, "OK"),
@@ -121,10 +104,8 @@ const method_t methods[] = {
      {"Failed to close snapshot '{snapshot}'."}},
 
     {[](backup_t& backup) {
-         win::com_ptr<IKorvaHvAsyncOp> operation;
          lab::host()->snapshots = {};  // a proxy that has imported nothing yet
-         const HRESULT result = backup.offhost->BeginSnapshotImport(backup.document.get(), backup.ids.get(), operation.put());
-         return started(backup, result, operation);
+         return backup.begun(backup.offhost->BeginSnapshotImport(backup.document.get(), backup.ids.get(), backup.latest.put()));
      },
      {"HvBeginSnapshotImport {exported}"},
      {"Sending request to import VSS snapshot. Proxy: '127.0.0.1'.",
@@ -132,11 +113,9 @@ const method_t methods[] = {
      {"Failed to send request to import VSS snapshot. Host: '127.0.0.1'."}},
 
     {[](backup_t& backup) {
-         win::com_ptr<IKorvaHvAsyncOp> operation;
          lab::host()->snapshots = {};
-         const HRESULT result = backup.offhost->BeginSnapshotImportEx(
-             backup.document.get(), backup.ids.get(), bstr(L"Ночь").get(), bstr(L"console-1").get(), operation.put());
-         return started(backup, result, operation);
+         return backup.begun(backup.offhost->BeginSnapshotImportEx(backup.document.get(), backup.ids.get(), bstr(L"Ночь").get(),
+                                                                   bstr(L"console-1").get(), backup.latest.put()));
      },
      {R"(HvBeginSnapshotImportEx {exported} job="Ночь" console="console-1")"},
      {"Sending request to import VSS snapshot. Proxy: '127.0.0.1'. Job: 'Ночь'.",
@@ -144,23 +123,20 @@ const method_t methods[] = {
      {"Failed to send request to import VSS snapshot. Proxy host: '127.0.0.1'."}},
 
     {[](backup_t& backup) {
-         SAFEARRAY* paths = nullptr;
-         const HRESULT result = backup.offhost->ConvertOffhostPaths(backup.imported_id, bstr(L"<FilesList/>").get(), &paths);
-         EXPECT_EQ(paths != nullptr, SUCCEEDED(result));
-         EXPECT_THAT(take_texts(paths), ElementsAre());
-         return result;
+         return gives_no_texts([&](SAFEARRAY** paths) {
+             return backup.offhost->ConvertOffhostPaths(backup.imported_id, bstr(L"<FilesList/>").get(), paths);
+         });
      },
      {R"(HvConvertOffhostPaths snapshot={imported} paths_xml="<FilesList/>")"},
      {"Getting shadow paths for backups items. Proxy: '127.0.0.1'. Files: '<FilesList/>'.", "Shadow paths were received."},
      {"Failed to obtain shadow paths for backup items. Proxy: '127.0.0.1'."}},
 
+    // A malformed answer is not read.
     {[](backup_t& backup) {
-         win::unique_bstr xml;
          lab::host()->snapshots.files_list_answer = L"<no list";
-         const HRESULT result =
-             backup.offhost->ConvertOffhostPathsToXml(backup.imported_id, bstr(L"<FilesList/>").get(), xml.put());
-         EXPECT_EQ(win::bstr_view(xml.get()), SUCCEEDED(result) ? L"<no list" : L"") << "a malformed answer is not read";
-         return result;
+         return gives_text(L"<no list", [&](BSTR* paths) {
+             return backup.offhost->ConvertOffhostPathsToXml(backup.imported_id, bstr(L"<FilesList/>").get(), paths);
+         });
      },
      {R"(HvConvertOffhostPaths snapshot={imported} paths_xml="<FilesList/>")"},
      {"Getting shadow paths for backups items. Proxy: '127.0.0.1'. Files: '<FilesList/>'.", "Shadow paths were received."},
@@ -189,19 +165,7 @@ TEST_P(SnapshotMethods, SendLogAndFailExactlySo) {
     backup_t backup(new_integrator());
     ASSERT_NO_FATAL_FAILURE(backup.take_snapshot());
     ASSERT_NO_FATAL_FAILURE(backup.import_snapshot());
-    const method_t& method = GetParam();
-    play(method, backup, log_);
-
-    const std::string& request = method.requests.front();
-    const std::size_t begin = request.find("={");
-    if (begin == std::string::npos || method.failing != 0)
-        return;
-    lab::reset();
-    lines_t error = method.failure;
-    const std::string id = request.substr(begin + 1, request.find('}') - begin);
-    error.push_back((id == "{operation}" || id == "{import}" ? "There is no operation '" : "There is no snapshot '") + id +
-                    "'.");
-    EXPECT_EQ(outcome(method.call(backup)), failed(backup.filled(error))) << "the host knows nothing any more";
+    play(GetParam(), backup, log_);
 }
 INSTANTIATE_TEST_SUITE_P(Hv, SnapshotMethods, ::testing::ValuesIn(methods));
 
