@@ -95,21 +95,18 @@ TEST_F(OpenLogFile, TakesTheNextNameWhileAnotherProcessHoldsTheFile) {
 }
 
 TEST_F(OpenLogFile, TellsWhyItFails) {
-    logging::file_functions_t files;
+    DWORD errors[] = {ERROR_SHARING_VIOLATION, ERROR_LOCK_VIOLATION};
     std::vector<std::wstring> tried;
+    logging::file_functions_t files;
     files.open = [&](const std::wstring& name) {
+        ::SetLastError(errors[tried.size() % 2]);
         tried.push_back(name);
-        ::SetLastError(tried.size() % 2 ? ERROR_SHARING_VIOLATION : ERROR_LOCK_VIOLATION);
         return INVALID_HANDLE_VALUE;
     };
     EXPECT_THAT(failure_of(path, files), ElementsAre("Failed to initialize log [" + path + "].", "All log files are locked."));
     ASSERT_EQ(tried.size(), 1000u);
     EXPECT_TRUE(tried.back().ends_with(L"\\a.999.log"));
-
-    files.open = [&](const std::wstring&) {
-        ::SetLastError(ERROR_ACCESS_DENIED);
-        return INVALID_HANDLE_VALUE;
-    };
+    errors[0] = errors[1] = ERROR_ACCESS_DENIED;
     for (const std::string& name : {path, std::string("\\a.log")}) {  // the second needs no folder
         EXPECT_THAT(failure_of(name, files), ElementsAre("Failed to initialize log [" + name + "].", "Access denied.",
                                                          "Failed to create or open file [" + name + "]."));

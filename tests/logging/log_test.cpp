@@ -31,14 +31,11 @@ TEST(Layout, LinesAgainstFixedTimesAndThreads) {
     const row_t rows[] = {
         {1, 3, 7, 0, "w", stamp + "< 7> Warning  w\r\n"},
         {1, 1, 1234, 1, "i", stamp + "<34> Info       i\r\n"},
-        {1, 4, 100, 0, "a\nb\n", stamp + "< 0> Error    a\r\n" + stamp + "< 0> Error    b\r\n"},
+        {1, 4, 100, 0, "\nb\n", stamp + "< 0> Error    \r\n" + stamp + "< 0> Error    b\r\n"},
         {1, 9, 12, 0, "x", stamp + "<12> x\r\n"},
         {0, 2, 7, 2, "i", stamp + "<     7> " + five + "    i\r\n"},
         {0, 1, 1234567, 0, "i", stamp + "<1234567> " + five + "i\r\n"},
-        {0, 3, 7, 0, "a\nb", stamp + "<     7> " + five + "WARN|a\r\n" + stamp + "<     7> " + five + ">>  |b\r\n"},
-        {0, 4, 7, 1, "a\n\nb",
-         stamp + "<     7> " + five + "ERR |  a\r\n" + stamp + "<     7> " + five + ">>  |  \r\n" + stamp + "<     7> " + five +
-             ">>  |  b\r\n"},
+        {0, 4, 7, 1, "a\nb", stamp + "<     7> " + five + "ERR |  a\r\n" + stamp + "<     7> " + five + ">>  |  b\r\n"},
         {0, 2, 7, 0, "a\r\nb", stamp + "<     7> " + five + "a\r\r\n" + stamp + "<     7> " + five + "b\r\n"},
         {5, 3, 7, 0, "w", stamp + "<     7> " + five + "WARN|w\r\n"},
     };
@@ -50,30 +47,27 @@ TEST(Layout, LinesAgainstFixedTimesAndThreads) {
     }
 }
 
-TEST(Log, FrontEndsWriteTheirLevelAndTheThreadsIndentation) {
+TEST(Log, FrontEndsWriteTheirLevelAndTheThreadsIndentationAndKeepTheLastError) {
     logging::captured_log_t log;
+    {
+        const logging::log_scope scope;
+        std::thread([] { logging::info("another thread starts at 0"); }).join();
+    }
+    ::SetLastError(1234);
     logging::info("start %1", 1);
     {
         const auto step = logging::scoped("step '%1'", L"b\u00e9");
         logging::warning("careful");
-        std::thread([] { logging::info("another thread starts at 0"); }).join();
         const logging::log_scope deeper;
         logging::error("failed\nagain");
     }
     logging::error_with(exc::win_sys_exc_t("cause", ERROR_ACCESS_DENIED), "outer %1", "text");
     logging::log_exception(std::runtime_error(""));
     logging::debug("100% %1 stays");
-    EXPECT_THAT(log.texts(), ElementsAre("start 1", "step 'b\xc3\xa9'", "WARN|  careful", "another thread starts at 0",
+    EXPECT_EQ(::GetLastError(), 1234u);
+    EXPECT_THAT(log.texts(), ElementsAre("another thread starts at 0", "start 1", "step 'b\xc3\xa9'", "WARN|  careful",
                                          "ERR |    failed", ">>  |    again", "ERR |outer text", ">>  |Access denied.",
                                          ">>  |cause", "ERR |Exception message is not available.", "100% %1 stays"));
-}
-
-TEST(Log, KeepsTheThreadsLastError) {
-    logging::captured_log_t log;
-    ::SetLastError(1234);
-    { const auto step = logging::scoped("%1", L"step"); }
-    logging::info("no argument");
-    EXPECT_EQ(::GetLastError(), 1234u);
 }
 
 TEST(Log, ScopeClosedTooOftenLeavesTheIndentationAtZero) {

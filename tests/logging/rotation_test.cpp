@@ -223,11 +223,6 @@ TEST_P(RotationFault, LosesNothingAndTheLogGoesOn) {
 
 INSTANTIATE_TEST_SUITE_P(All, RotationFault, ::testing::ValuesIn(faults));
 
-TEST_F(Rotation, AnArchiveThatZlibDoesNotTakeLeavesNoFile) {
-    EXPECT_EQ(logging::file_functions_t().gz_open(text::widen(path), "no mode"), nullptr);
-    EXPECT_FALSE(exists(path));
-}
-
 TEST(RotationKilled, AtAnyStepLeavesEveryLineReadable) {
     const std::string written = numbered_lines(300'000);
     int step = 0;

@@ -66,13 +66,9 @@ TEST(ReparseData, DevicePrefixes) {
                   std::vector{"Unexpected substitute path format: '" + text::narrow(name) + "'."});
 }
 
-TEST(ReparseData, HeadsAreReadAndWritten) {
+TEST(ReparseData, OneFlagMakesALinkRelative) {
     EXPECT_FALSE(is_relative_link(hex("0c 00 00 a0 0c 00 00 00 00 00 00 00 00 00 00 00 fe ff ff ff ")));
     EXPECT_TRUE(is_relative_link(hex("0c 00 00 a0 0c 00 00 00 00 00 00 00 00 00 00 00 01 00 00 00 ")));
-    const bytes_t data = hex("ff ff ff ff 22 33 44 55 00 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f 77 ");
-    EXPECT_EQ(delete_request(0xA0000003, data), hex("03 00 00 a0 00 00 00 00 "));
-    EXPECT_EQ(delete_request(0x00001234, data),
-              hex("34 12 00 00 00 00 00 00 00 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f "));
 }
 
 device_map_t mounted_devices() {

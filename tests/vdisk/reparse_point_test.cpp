@@ -74,8 +74,8 @@ TEST(ReparsePoint, FollowsItsDeviceOrIsDeletedOrFails) {
     const row_t rows[] = {
         {"a drive", junction(L"\\??\\C:\\Data"), true, true, as_junction(L"\\??\\E:\\Mnt\\C\\Data"), succeeded},
         {"a link to a file", link(L"\\??\\C:\\f", false), true, true, as_link(L"\\??\\E:\\Mnt\\C\\f"), succeeded},
-        {"a link to a directory", link(L"\\??\\C:\\d"), true, true, as_link(L"\\??\\E:\\Mnt\\C\\d"), succeeded},
-        {"the same without the privilege", link(L"\\??\\C:\\d"), false, true, as_junction(L"\\??\\E:\\Mnt\\C\\d"), succeeded},
+        {"a link to a directory without the privilege", link(L"\\??\\C:\\d"), false, true, as_junction(L"\\??\\E:\\Mnt\\C\\d"),
+         succeeded},
         {"a file without the privilege", link(L"\\??\\C:\\f", false), false, true, none, succeeded},
         {"a relative link alone stays", relative_link(L"..\\x"), true, false, none, "Skipping relative symbolic link."},
         {"no such device", junction(L"\\??\\D:\\x"), true, true, none,
