@@ -28,7 +28,9 @@ static class FirstCall
         {
             var integrator = new KorvaHvIntegrator();
             integrator.SetEndpoint(arguments.Length > 0 ? arguments[0] : "localhost", arguments.Length > 1 ? int.Parse(arguments[1]) : 2600);
-            integrator.SetAccount(arguments.Length > 2 ? arguments[2] : @".\operator", Environment.GetEnvironmentVariable("KORVA_PASSWORD") ?? "");
+            var password = Environment.GetEnvironmentVariable("KORVA_PASSWORD");  // without it: the caller's own logon
+            if (password != null)
+                integrator.SetAccount(arguments.Length > 2 ? arguments[2] : @".\operator", password);
             integrator.TestConnection();
 
             var onhost = integrator.OnhostVss;
@@ -47,9 +49,9 @@ static class FirstCall
             }
             return 0;
         }
-        catch (COMException error)
+        catch (Exception error)  // not COMException alone: .NET has kinds of its own for some codes
         {
-            // First line: what failed; beneath it why.
+            // A line for each step that failed, the outermost on top.
             Console.Error.WriteLine($"0x{error.HResult:X8}: {error.Message}");
             return 1;
         }

@@ -1,5 +1,7 @@
 // early_bound.exe [HOST PORT ACCOUNT]: a snapshot of a Hyper-V host, its machine "web" and the machine's files, by the
-// generated header. Nothing is registered: early_bound.exe.manifest names the DLL's assembly, which lies beside the program.
+// generated header. The password is taken from KORVA_PASSWORD; without it the host sees the caller's own logon. Nothing is
+// registered: early_bound.exe.manifest names the DLL's assembly, which lies beside the program. Either line builds it (the
+// first was not tried where this kit is made):
 //
 //   cl /EHsc /I ..\sdk early_bound.cpp ..\sdk\KorvaProxyClient_i.c ole32.lib oleaut32.lib uuid.lib
 //   x86_64-w64-mingw32-g++ -I../sdk early_bound.cpp ../sdk/KorvaProxyClient_i.c -static -municode -lole32 -loleaut32 -luuid
@@ -101,7 +103,8 @@ void run(const std::wstring& host, int port, const std::wstring& account) {
     check("CoCreateInstance", ::CoCreateInstance(CLSID_KorvaHvIntegrator, nullptr, CLSCTX_INPROC_SERVER, IID_IKorvaHvIntegrator,
                                                  reinterpret_cast<void**>(&integrator.pointer)));
     check("SetEndpoint", integrator->SetEndpoint(text(host).value, port));
-    check("SetAccount", integrator->SetAccount(text(account).value, text(password ? password : L"").value));
+    if (password)
+        check("SetAccount", integrator->SetAccount(text(account).value, text(password).value));
     check("TestConnection", integrator->TestConnection());
 
     object<IKorvaHvOnhostVss> onhost;

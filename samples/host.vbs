@@ -1,5 +1,6 @@
 ' cscript //nologo host.vbs [HOST PORT ACCOUNT]: a host as a script sees it: a long-running operation, VSS providers, the cluster.
-' Needs the DLL registered (regsvr32 KorvaProxyClient.dll) and the 64-bit cscript. The password is taken from KORVA_PASSWORD.
+' Needs the DLL registered (regsvr32 KorvaProxyClient.dll) and the 64-bit cscript. The password is taken from KORVA_PASSWORD;
+' without it the host sees the caller's own logon.
 '
 ' What VBScript cannot do here, whatever the object: it hands no variable to an argument that is [out] of a type other than
 ' VARIANT (DoRpc, DoRpcWithBinary, GetTransportableSnapshotInfo, GetVersion, Get), neither holds nor passes a GUID
@@ -22,7 +23,7 @@ End Sub
 
 Set integrator = CreateObject("KorvaProxyClientDll.KorvaHvIntegrator")
 integrator.SetEndpoint host, port
-integrator.SetAccount account, password
+If password <> "" Then integrator.SetAccount account, password
 integrator.TestConnection
 
 Set operation = integrator.OnhostVss.BeginSnapshotCreationEx("<Snapshot Fail='The Hyper-V writer timed out.'/>", "Sample", "host.vbs")
@@ -40,7 +41,7 @@ Loop
 
 Set cluster = CreateObject("KorvaProxyClientDll.KorvaHvClusterManager")
 cluster.SetEndpoint host, port
-cluster.SetAccount account, password
+If password <> "" Then cluster.SetAccount account, password
 Set volumes = cluster.ClusterVolumes
 Do While volumes.Next
     WScript.Echo "Volume: " & volumes.Current.MountPoint & ", shared: " & volumes.Current.IsCSV

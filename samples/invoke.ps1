@@ -15,7 +15,7 @@ try {
     "The service answers: $answer"
 }
 catch [System.Runtime.InteropServices.COMException] {
-    # First line: what failed; beneath it why.
+    # A line for each step that failed, the outermost on top.
     Write-Error ('0x{0:X8}: {1}' -f $_.Exception.HResult, $_.Exception.Message)
 }
 finally {

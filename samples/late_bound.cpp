@@ -1,5 +1,7 @@
 // late_bound.exe [HOST PORT ACCOUNT]: a command for the invoker service by names alone, as scripting languages call it. Needs
-// the DLL registered (regsvr32 KorvaProxyClient.dll), but neither header nor type library.
+// the DLL registered (regsvr32 KorvaProxyClient.dll), but neither header nor type library. The password is taken from
+// KORVA_PASSWORD; without it the service sees the caller's own logon. Either line builds it (the first was not tried where this
+// kit is made):
 //
 //   cl /EHsc late_bound.cpp ole32.lib oleaut32.lib uuid.lib
 //   x86_64-w64-mingw32-g++ late_bound.cpp -static -municode -lole32 -loleaut32 -luuid
@@ -71,7 +73,7 @@ int run(const wchar_t* host, long port, const wchar_t* account) {
     const wchar_t* const password = _wgetenv(L"KORVA_PASSWORD");
     BSTR answer = nullptr;
     const bool well = call(invoker, L"SetEndpoint", {variant(host), variant(port)}) &&
-                      call(invoker, L"SetAccount", {variant(account), variant(password ? password : L"")}) &&
+                      (!password || call(invoker, L"SetAccount", {variant(account), variant(password)})) &&
                       call(invoker, L"TestConnection", {variant(L"6.0")}) &&
                       call(invoker, L"DoRpc", {variant(L"GetHostInfo"), variant(L"<Host/>"), variant(&answer)});
     if (well)

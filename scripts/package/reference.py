@@ -13,8 +13,8 @@ lines = [
     f"Generated from the interface description: {library.help}, library `{library.name}` {library.libid}.",
     "",
     "All interfaces are dual and derive from `IDispatch`. The number before a member is its dispatch identifier and its slot (a"
-    " property is written through the next slot). A result is the method's value in scripts and the last pointer argument in C++. Every method returns S_OK or a failing HRESULT"
-    " with an error object.",
+    " property is written through the next slot). A result is the method's value in scripts and the last pointer argument in C++."
+    " Every method returns S_OK or a failing HRESULT with an error object (E_POINTER and E_OUTOFMEMORY come without one).",
     "",
     "| Class | Interface | ProgID | CLSID |",
     "|---|---|---|---|",
@@ -29,7 +29,7 @@ for row in library.interfaces:
               "| | Member | Arguments | |", "|---|---|---|---|"]
     for member in row.members:
         if member.kind == "get":
-            name, arguments = f"{member.name} (read)", f"result {member.arguments[0].type.rstrip('*').strip()}"
+            name, arguments = f"{member.name} (read)", f"result {member.arguments[0].type.removesuffix('*')}"
         elif member.kind == "put":
             name, arguments = f"{member.name} (write)", f"value {member.arguments[0].type}"
         else:
