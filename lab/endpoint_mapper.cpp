@@ -1,35 +1,26 @@
-#include <winsock2.h>
-
 #include <list>
 #include <memory>
 
 #include "foundation/errors.h"
 #include "foundation/format.h"
-#include "foundation/unique_resource.h"
+#include "foundation/sockets.h"
 #include "lab/endpoint_mapper.h"
 
 namespace lab {
 namespace {
-
-struct socket_traits {
-    using handle = SOCKET;
-    static handle invalid() noexcept { return INVALID_SOCKET; }
-    static void close(handle h) noexcept { ::closesocket(h); }
-};
-using unique_socket = win::unique_resource<socket_traits>;
 
 void check_winsock(bool good, const std::string& message) {
     if (!good)
         throw exc::win_sys_exc_t(message, static_cast<std::uint32_t>(::WSAGetLastError()));
 }
 
-unique_socket listen_on(unsigned port) {
+win::unique_socket listen_on(unsigned port) {
     static const bool winsock = [] {
         WSADATA data;
         return ::WSAStartup(MAKEWORD(2, 2), &data) == 0;
     }();
     check_winsock(winsock, "WSAStartup");
-    unique_socket listener(::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP));
+    win::unique_socket listener(::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP));
     check_winsock(static_cast<bool>(listener), "socket");
     const BOOL exclusive = TRUE;  // never beside a mapper that is there already
     ::setsockopt(listener.get(), SOL_SOCKET, SO_EXCLUSIVEADDRUSE, reinterpret_cast<const char*>(&exclusive), sizeof exclusive);
@@ -43,7 +34,7 @@ unique_socket listen_on(unsigned port) {
 }
 
 struct connection_t {
-    unique_socket socket;
+    win::unique_socket socket;
     std::vector<std::uint8_t> received;
 };
 
@@ -72,7 +63,7 @@ bool serve(connection_t& connection, std::span<const mapped_interface> interface
     return true;
 }
 
-void run(const std::stop_token& stop, const unique_socket& listener, std::span<const mapped_interface> interfaces) {
+void run(const std::stop_token& stop, const win::unique_socket& listener, std::span<const mapped_interface> interfaces) {
     std::list<connection_t> connections;
     while (!stop.stop_requested()) {
         fd_set readable;
@@ -87,7 +78,7 @@ void run(const std::stop_token& stop, const unique_socket& listener, std::span<c
             return FD_ISSET(connection.socket.get(), &readable) && !serve(connection, interfaces);
         });
         if (FD_ISSET(listener.get(), &readable)) {
-            unique_socket accepted(::accept(listener.get(), nullptr, nullptr));
+            win::unique_socket accepted(::accept(listener.get(), nullptr, nullptr));
             u_long on = 1;  // who sends and never reads loses its connection, and holds up nobody
             if (accepted && ::ioctlsocket(accepted.get(), FIONBIO, &on) == 0 && connections.size() < FD_SETSIZE - 1)
                 connections.push_back({std::move(accepted), {}});

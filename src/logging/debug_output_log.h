@@ -1,20 +1,11 @@
 #pragma once
 
-#include <winsock2.h>
-
 #include <string>
 
-#include "foundation/unique_resource.h"
+#include "foundation/sockets.h"
 #include "logging/log_file.h"
 
 namespace logging::receiver {
-
-struct socket_traits {
-    using handle = SOCKET;
-    static handle invalid() noexcept { return INVALID_SOCKET; }
-    static void close(handle h) noexcept { ::closesocket(h); }
-};
-using unique_socket = win::unique_resource<socket_traits>;
 
 // Writes to the debugger's output, and where the registry says so, sends a copy of each message as one UDP datagram.
 //
@@ -38,7 +29,7 @@ private:
     void read_settings();
 
     bool winsock_started_ = false;
-    unique_socket socket_;
+    win::unique_socket socket_;
     bool external_copy_ = false;
     std::uint32_t host_ = INADDR_LOOPBACK;  // 127.0.0.1, in the host's byte order
     std::uint16_t port_ = 37183;

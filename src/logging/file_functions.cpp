@@ -50,6 +50,7 @@ gzFile open_archive(const std::wstring& path, const char* mode) {
     if (!archive) {
         ::_close(file);
         ::DeleteFileW(path.c_str());
+        errno = ENOMEM;  // the only reason that gzdopen has, and does not tell
     }
     return archive;
 }

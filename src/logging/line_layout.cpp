@@ -71,9 +71,7 @@ void append_lines(std::string& buffer, const line_head_t& head, std::string_view
     } while (!message.empty());
 }
 
-std::string_view time_stamp_t::now() {
-    FILETIME moment;
-    ::GetSystemTimeAsFileTime(&moment);
+std::string_view time_stamp_t::of(const FILETIME& moment) {
     const std::uint64_t second = ((std::uint64_t{moment.dwHighDateTime} << 32) | moment.dwLowDateTime) / 10'000'000;
     if (second != second_) {
         SYSTEMTIME utc;

@@ -43,11 +43,11 @@ struct line_head_t {
 // message is one empty line.
 void append_lines(std::string& buffer, const line_head_t& head, std::string_view message, std::string_view eol);
 
-// The stamp of the present moment, made anew only when the second changes: most of a short line's cost would be the calendar.
+// The stamp of a moment, made anew only when the second changes: most of a short line's cost would be the calendar.
 // Not thread-safe.
 class time_stamp_t {
 public:
-    std::string_view now();
+    std::string_view of(const FILETIME& moment);
 
 private:
     std::uint64_t second_ = 0;

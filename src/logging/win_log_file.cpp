@@ -27,8 +27,11 @@ win_log_file_t::win_log_file_t(std::string path, logging::file_functions_t files
 }
 
 void win_log_file_t::write(std::string_view lines) {
-    if (!at_end_ && !files_.seek(file_.get(), end_))
-        return;
+    if (!at_end_) {
+        if (!files_.seek(file_.get(), end_))
+            return;
+        files_.cut(file_.get());  // what an earlier write left of a line and could not take back
+    }
     DWORD written = 0;
     const auto length = static_cast<DWORD>(lines.size());
     at_end_ = files_.write(file_.get(), lines.data(), length, written) && written == length;

@@ -14,7 +14,6 @@
 namespace {
 
 using logging::receiver::COutputDebugStringLog;
-using logging::receiver::unique_socket;
 
 const wchar_t* const key = L"SOFTWARE\\KorvA\\Korva NFS";
 
@@ -44,7 +43,7 @@ public:
     std::uint16_t port_of_sender() const { return ::ntohs(sender_.sin_port); }
 
 private:
-    unique_socket socket_;
+    win::unique_socket socket_;
     sockaddr_in sender_{};
 };
 

@@ -32,23 +32,25 @@ TEST_F(LogFile, GoesOnBehindWhatItHoldsAndIsReadableMeanwhile) {
 }
 
 TEST_F(LogFile, AFullDiskNeverShowsAndLeavesWholeLinesWhichAreFlushedOnDemand) {
-    enum { works, full, half } disk = works;
+    enum { works, full, half, stuck } disk = works;  // stuck: half a line that cannot be taken back
     logging::file_functions_t files;
     files.write = [&, real = files.write](HANDLE file, const void* bytes, DWORD length, DWORD& written) {
-        return disk == full ? false : real(file, bytes, disk == half ? length / 2 : length, written);
+        return disk == full ? false : real(file, bytes, disk == half || disk == stuck ? length / 2 : length, written);
     };
+    files.cut = [&, real = files.cut](HANDLE file) { return disk != stuck && real(file); };
     int flushes = 0;
     files.flush = [&](HANDLE) { return ++flushes > 0; };
     logging::log_t log;
     const auto file = std::make_shared<win_log_file_t>(path, files);
     log.set_receiver(file);
-    for (const auto& [state, text] : {std::pair{works, "one"},
-                                      {full, "lost"},
-                                      {works, "two"},
-                                      {half, "a long text that is cut"},
-                                      {half, "lost"},
-                                      {works, "3"}}) {
-        file->set_flush(disk == half);
+    for (const auto& [state, text] :
+         {std::pair{works, "one"},
+          {full, "lost"},
+          {works, "two"},
+          {half, "a long text that is cut"},
+          {stuck, "a text so long that half of it is longer than the line which comes after it, head and all"},
+          {works, "3"}}) {
+        file->set_flush(disk == stuck);
         disk = state;
         log.write(2, 0, nullptr, text);
     }

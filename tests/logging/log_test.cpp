@@ -12,6 +12,7 @@
 
 namespace {
 
+using ::testing::AnyOf;
 using ::testing::ElementsAre;
 
 TEST(Layout, LinesAgainstFixedTimesAndThreads) {
@@ -45,6 +46,24 @@ TEST(Layout, LinesAgainstFixedTimesAndThreads) {
                                       "\r\n");
         EXPECT_EQ(lines, row.lines) << "style " << row.style << " level " << row.level << " message " << row.message;
     }
+}
+
+TEST(Log, BeginsALineWithTheLocalTimeAndTheThread) {
+    logging::log_t log;
+    const auto memory = std::make_shared<logging::receiver::memory_receiver_t>();
+    log.set_receiver(memory);
+    SYSTEMTIME before, after;
+    ::GetLocalTime(&before);
+    log.write(2, 0, nullptr, "text");
+    ::GetLocalTime(&after);
+    char rest[40];
+    std::snprintf(rest, sizeof rest, "<%6lu> text\r\n", ::GetCurrentThreadId());
+    using logging::format::stamp_text;
+    EXPECT_THAT(memory->text(), AnyOf(stamp_text(&before) + rest, stamp_text(&after) + rest));
+
+    logging::format::time_stamp_t stamp;
+    const std::string first(stamp.of({0, 30'000'000}));
+    EXPECT_NE(stamp.of({10'000'000, 30'000'000}), first) << "a second later";
 }
 
 TEST(Log, FrontEndsWriteTheirLevelAndTheThreadsIndentationAndKeepTheLastError) {

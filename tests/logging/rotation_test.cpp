@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "foundation/format.h"
 #include "logging/log.h"
 #include "logging/log_names.h"
 #include "logging/win_log_file.h"
@@ -64,14 +65,26 @@ TEST_F(Rotation, AtTheLimitMovesTheLogByteForByteIntoANewArchive) {
     lines.resize(15'728'639);
     write_all(path, lines);
 
-    win_log_file_t file(path);
-    logging::rotate_when_full(file);
+    logging::file_functions_t files;
+    std::string mode;
+    DWORD largest_block = 0;
+    files.gz_open = [&, real = files.gz_open](auto& archive, const char* wanted) {
+        return real(archive, (mode = wanted).c_str());
+    };
+    files.read = [&, real = files.read](HANDLE log, void* to, DWORD length, DWORD& got) {
+        largest_block = std::max(largest_block, length);
+        return real(log, to, length, got);
+    };
+    win_log_file_t file(path, files);
+    logging::rotate_when_full(file, files);
     EXPECT_EQ(file.size(), 15'728'639u) << "one byte below the limit";
     EXPECT_EQ(read_archive(archive_name(path, 0)), archive_text(0));
 
     file.write("\n");
-    logging::rotate_when_full(file);
+    logging::rotate_when_full(file, files);
     EXPECT_EQ(file.size(), 0u);
+    EXPECT_EQ(mode, "wb9");
+    EXPECT_EQ(largest_block, 1'048'576u);
     file.write("next\r\n");
     EXPECT_EQ(read_all(path), "next\r\n");
     std::vector<std::string> archives = read_archives(path);
@@ -120,6 +133,7 @@ enum effect_t {
 // One thing that does not work during a rotation.
 struct fault_t {
     const char* name;
+    std::string cause;  // the lines beneath the first, %1 is the log's path
     void (*play)(logging::file_functions_t& files);
     effect_t effect = everything_kept;
 };
@@ -129,34 +143,40 @@ const auto denied = [](auto&&...) {
     return false;
 };
 
+const std::string cannot_age = "Cannot age file. File path: [%1.gz]. Extension: [gz]. Ages limit: [10].\nAccess denied.\n";
+const std::string cannot_compress = "Cannot compress log file. Log: [%1].\n";
+
 const fault_t faults[] = {
-    {"size unknown", [](auto& files) { files.size = denied; }},
-    {"oldest archive stays", [](auto& files) { files.remove = denied; }},
-    {"newest archive cannot be renamed",
+    {"size unknown", "Access denied.\nFailed to get the size of file [%1].", [](auto& files) { files.size = denied; }},
+    {"oldest archive stays", cannot_age + "Failed to delete file: [%1.10.gz].", [](auto& files) { files.remove = denied; }},
+    {"newest archive cannot be renamed", cannot_age + "Failed to rename file [%1.gz] to [%1.1.gz].",
      [](auto& files) {
          files.rename = [real = files.rename](auto& from, auto& to) {
              return from.ends_with(L".log.gz") ? denied() : real(from, to);
          };
      }},
-    {"directory cannot be written",
+    {"directory cannot be written", "Failed to open GZ archive [%1.gz].\nError code: 13",
      [](auto& files) {
          files.gz_open = [](auto&&...) {
              errno = EACCES;
              return gzFile();
          };
      }},
-    {"seek fails", [](auto& files) { files.seek = denied; }, writes_dropped},
-    {"read fails", [](auto& files) { files.read = denied; }},
-    {"read ends too early",
+    {"seek fails", cannot_compress + "Access denied.\nFailed to read file [%1].", [](auto& files) { files.seek = denied; },
+     writes_dropped},
+    {"read fails", cannot_compress + "Access denied.\nFailed to read file [%1].", [](auto& files) { files.read = denied; }},
+    {"read ends too early", cannot_compress + "Failed to read file [%1].",
      [](auto& files) {
          files.read = [real = files.read, calls = 0](HANDLE file, void* to, DWORD, DWORD& got) mutable {
              return real(file, to, ++calls == 1 ? 1000 : 0, got);
          };
      }},
-    {"disk full", [](auto& files) { files.gz_write = denied; }},
-    {"disk full at the archive's end", [](auto& files) { files.gz_finish = [](gzFile) { return Z_ERRNO; }; }},
-    {"log cannot be emptied", [](auto& files) { files.cut = denied; }},
-    {"archive cannot be closed",
+    {"disk full", cannot_compress + "Cannot add data to the GZ archive [%1.gz].", [](auto& files) { files.gz_write = denied; }},
+    {"disk full at the archive's end", cannot_compress + "Cannot add data to the GZ archive [%1.gz].",
+     [](auto& files) { files.gz_finish = [](gzFile) { return Z_ERRNO; }; }},
+    {"log cannot be emptied", cannot_compress + "Access denied.\nFailed to empty file [%1].",
+     [](auto& files) { files.cut = denied; }},
+    {"archive cannot be closed", "Cannot close GZ archive [%1.gz].",
      [](auto& files) {
          files.gz_close = [real = files.gz_close](gzFile archive) {
              real(archive);
@@ -164,7 +184,7 @@ const fault_t faults[] = {
          };
      },
      lines_moved},
-    {"disk full and unfinished archive cannot be deleted",
+    {"disk full and unfinished archive cannot be deleted", cannot_compress + "Cannot add data to the GZ archive [%1.gz].",
      [](auto& files) {
          files.gz_write = denied;
          files.remove = [real = files.remove](auto& path) { return path.ends_with(L".log.gz") ? denied() : real(path); };
@@ -195,10 +215,11 @@ TEST_P(RotationFault, LosesNothingAndTheLogGoesOn) {
     std::string written;
     for (int attempt = 0; attempt < attempts; ++attempt) {
         const bool again = effect == lines_moved && attempt > 0;  // then there is nothing to do
-        EXPECT_EQ(thrown([&] {
+        const std::string failure = "Unable to validate log size limit. Log path: [%1].\n" + GetParam().cause;
+        EXPECT_EQ(thrown_text([&] {
                       logging::rotate_when_full(file, now, {50'000, 10});
-                  }).front(),
-                  again ? "nothing" : "Unable to validate log size limit. Log path: [" + path + "].");
+                  }),
+                  again ? "nothing" : text::format(failure, path));
         file.write("written meanwhile\r\n");
         if (effect != writes_dropped)
             written += "written meanwhile\r\n";

@@ -72,7 +72,8 @@ TEST_F(SynchronizedLogFile, DropsTheTextWhileTheMutexIsHeldOrAfterItWasAbandoned
     });
     ::ReleaseMutex(held.get());
 
-    logging::gz_archive_t archive(scratch / "a.gz", 9, {});
+    const logging::file_functions_t files;
+    logging::gz_archive_t archive(scratch / "a.gz", 9, files);
     const std::function<void()> operations[] = {[&] { file.write("dropped\r\n"); },  // who knows what was left half written
                                                 [&] { EXPECT_EQ(file.size(), 0u); }, [&] { file.compress_to(archive); }};
     for (const auto& operation : operations) {
