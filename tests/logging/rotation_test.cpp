@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <memory>
+#include <ostream>
 #include <stdexcept>
 #include <utility>
 
@@ -136,6 +137,8 @@ struct fault_t {
     std::string cause;  // the lines beneath the first, %1 is the log's path
     void (*play)(logging::file_functions_t& files);
     effect_t effect = everything_kept;
+
+    friend void PrintTo(const fault_t& fault, std::ostream* out) { *out << fault.name; }
 };
 
 const auto denied = [](auto&&...) {
@@ -195,7 +198,6 @@ const fault_t faults[] = {
 struct RotationFault : scratch_test, ::testing::WithParamInterface<fault_t> {};
 
 TEST_P(RotationFault, LosesNothingAndTheLogGoesOn) {
-    SCOPED_TRACE(GetParam().name);
     const effect_t effect = GetParam().effect;
     make_archives(path);
     const std::string lines = numbered_lines(100'000);
