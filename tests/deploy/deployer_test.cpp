@@ -13,8 +13,10 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using namespace std::string_literals;
 using lines_t = std::vector<std::string>;
 
 const std::wstring local_executable = L"C:\\console\\KorvaDeploymentSvc.exe";
@@ -198,7 +200,7 @@ TEST_F(Deployer, AnOldCopyIsReplacedThoughItIsHiddenAndReadOnly) {
     host.service_exists = false;
     host.add_file(remote_executable, FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_READONLY);
     host.fail("SetFileAttributesW", ERROR_SHARING_VIOLATION);
-    EXPECT_THAT(installing(), testing::EndsWith("FILE_ATTRIBUTE_HIDDEN or FILE_ATTRIBUTE_READONLY attribute set."));
+    EXPECT_THAT(installing(), EndsWith("FILE_ATTRIBUTE_HIDDEN or FILE_ATTRIBUTE_READONLY attribute set."));
     host.recover();
     EXPECT_EQ(installing(), "nothing");
     EXPECT_EQ(host.files[remote_executable], DWORD{FILE_ATTRIBUTE_ARCHIVE});
@@ -245,19 +247,19 @@ TEST_F(Deployer, TheModulesPathMustBeKnown) {
 }
 
 TEST_F(Deployer, AHostThatIsNoHostNameFailsBeforeAnythingIsMade) {
-    const std::wstring rows[] = {L"", L"\\\\host", L"host\\C$", L"host/C$", {L"host\0x", 6}, L".", L"?"};
-    for (const bool with_account : {false, true}) {
-        if (with_account)
-            log_on();
-        for (const std::wstring& name : rows) {
+    const auto expect_refused = [&](const lines_t& calls) {
+        for (const std::wstring& name : {L""s, L"\\\\host"s, L"host\\C$"s, L"host/C$"s, L"host\0x"s, L"."s, L"?"s}) {
             host.recover();
             deployer.SetEndpoint(name, 6160);
-            EXPECT_THAT(installing(), testing::EndsWith(name.empty() ? "\nHost is not specified"
-                                                                     : text::format("\nInvalid host name: [%1].", name)));
-            EXPECT_EQ(call_names(), with_account ? lines_t({"ImpersonateLoggedOnUser", "RevertToSelf"}) : lines_t());
+            EXPECT_THAT(installing(),
+                        EndsWith(name.empty() ? "\nHost is not specified" : text::format("\nInvalid host name: [%1].", name)));
+            EXPECT_EQ(call_names(), calls);
         }
-    }
-    EXPECT_THAT(removing(), testing::EndsWith("\nInvalid host name: [?]."));
+    };
+    expect_refused({});
+    log_on();
+    expect_refused({"ImpersonateLoggedOnUser", "RevertToSelf"});
+    EXPECT_THAT(removing(), EndsWith("\nInvalid host name: [?]."));
 }
 
 TEST_F(Deployer, RemovesServiceExecutableAndFolderUnderTheAccount) {

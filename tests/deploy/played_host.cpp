@@ -75,13 +75,6 @@ void host_t::play(std::function<Result(Args...)>& function, const char* name, Mo
     };
 }
 
-std::vector<std::string> host_t::calls_of(const std::string& name) const {
-    std::vector<std::string> found;
-    std::ranges::copy_if(calls, std::back_inserter(found),
-                         [&](const std::string& call) { return call.starts_with(name + "("); });
-    return found;
-}
-
 void host_t::install(const std::string& command_line, DWORD state) {
     service_exists = true;
     service_command_line = command_line;

@@ -36,7 +36,6 @@ public:
     std::string left_open() const;
 
     int count(const std::string& call) const { return counts_.contains(call) ? counts_.at(call) : 0; }
-    std::vector<std::string> calls_of(const std::string& name) const;
 
     bool has(const std::wstring& path) const { return files.contains(path); }
     void add_file(const std::wstring& path, DWORD attributes = FILE_ATTRIBUTE_ARCHIVE) { files[path] = attributes; }

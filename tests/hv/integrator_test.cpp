@@ -93,17 +93,12 @@ TEST_F(Integrator, SharesItsSettingsWithAllThatItHandedOutAndWithNoOther) {
     for (const auto& call : calls) {
         EXPECT_EQ(outcome(call(first)).lines.back(), "enough seen");
         EXPECT_EQ(first.take(), R"(compose alpha 7001, back\up|CORP|пароль, option 12 30000)")
-            << "split at the first backslash";
+            << "split at the first backslash, set after it was handed out";
         EXPECT_EQ(second.take(), "");
         EXPECT_EQ(outcome(call(second)).lines.back(), "enough seen");
         EXPECT_EQ(second.take(), "compose beta 7002, backup|.|, option 12 3600000");
     }
-    first.set(L"gamma", 7003, LR"(OTHER\backup)", L"geheim", 5);
-    for (const auto& call : calls) {
-        EXPECT_EQ(outcome(call(first)).lines.back(), "enough seen");
-        EXPECT_EQ(first.take(), "compose gamma 7003, backup|OTHER|geheim, option 12 5000") << "set after it was handed out";
-    }
-    EXPECT_FALSE(log_.holds("пароль") || log_.holds("geheim"));
+    EXPECT_FALSE(log_.holds("пароль"));
 }
 
 TEST_F(Integrator, DoesNotDisturbAnother) {

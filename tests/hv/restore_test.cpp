@@ -17,16 +17,6 @@ struct restore_t {
 };
 using method_t = remote_method_t<restore_t>;
 
-method_t listing_paths(const wchar_t* answer) {
-    return {[answer](restore_t& restore) {
-                return gives_text(answer,
-                                  [&](BSTR* paths) { return restore.manager->GetRestorePathsXml(restore.session, paths); });
-            },
-            {"HvGetRestorePaths session={session}"},
-            {"Obtaining list of restore paths. Session ID: '{session}'.", "List of restore paths was obtained."},
-            {"Failed to retrieve restore paths."}};
-}
-
 method_t reporting(bool succeeded) {
     const std::string word = succeeded ? "true" : "false";
     return {
@@ -72,8 +62,14 @@ const method_t methods[] = {
       R"(Recursive=\"false\" RelativePath=\"system.vhd\" FullPath=\"\\\\?\\x\"/></FilesList>" new_path="E:\\back")"},
      {"Performing pre-restore. Session ID: '{session}'. VMID: 'web'.", "Pre-restore completed."},
      {"Failed to perform pre-restore."}},
-    listing_paths(
-        LR"(<RestorePaths VMID="web"><File Source="D:\vm\web\system.vhd" Target="E:\back\system.vhd"/></RestorePaths>)"),
+    {[](restore_t& restore) {
+         return gives_text(
+             LR"(<RestorePaths VMID="web"><File Source="D:\vm\web\system.vhd" Target="E:\back\system.vhd"/></RestorePaths>)",
+             [&](BSTR* paths) { return restore.manager->GetRestorePathsXml(restore.session, paths); });
+     },
+     {"HvGetRestorePaths session={session}"},
+     {"Obtaining list of restore paths. Session ID: '{session}'.", "List of restore paths was obtained."},
+     {"Failed to retrieve restore paths."}},
     reporting(false),
     {[](restore_t& restore) { return restore.manager->PostRestore(restore.session); },
      {"HvPostRestore session={session}"},
@@ -91,7 +87,6 @@ const method_t methods[] = {
      {R"(HvPreRestoreEx session={session} specification="<RestoreSpec VMID='web' NewDestPath=''><FilesList/></RestoreSpec>")"},
      {"Performing pre-restore. Session ID: '{session}'.", "Pre-restore completed."},
      {"Failed to perform pre-restore."}},
-    listing_paths(LR"(<RestorePaths VMID="web"></RestorePaths>)"),
     reporting(true),
     closing,
 };

@@ -113,11 +113,14 @@ TEST_F(Snapshots, FailTheirOperationWhereTheyCannotBeHandedOver) {
         {"Failed to send request to import VSS snapshot. Proxy host: '127.0.0.1'.",
          [&] { offhost.BeginSnapshotImportEx(backup_.document.get(), backup_.ids.get(), L"", L"", refuse); }},
     };
+    log_.clear();
     for (const auto& [failure, call] : rows) {
         if (std::string_view(failure).find("import VSS") != std::string_view::npos)
             lab::host()->snapshots = {};  // nothing is imported twice
         EXPECT_EQ(thrown(call), backup_.filled({failure, "no object"}));
     }
+    for (const char* done : {"delivered to", "successfully created", "Matched snapshot", "was sent to"})
+        EXPECT_FALSE(log_.holds(done)) << done;
 }
 
 TEST_F(Snapshots, AListThatCannotBeReadFailsTheOperation) {

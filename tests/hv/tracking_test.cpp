@@ -191,12 +191,14 @@ TEST_F(Tracking, InitIsSentOnceByEachManager) {
         EXPECT_EQ(outcome(tracking.manager->Init()), failed({remote_text}));
         lab::clear_failures();
         lab::requests().take();
+        log_.clear();
         {
             std::vector<std::jthread> threads;
             for (int i = 0; i < 4; ++i)
                 threads.emplace_back([&] { EXPECT_EQ(tracking.manager->Init(), S_OK) << "a failed one is tried again"; });
         }
         EXPECT_THAT(lab::requests().take(), ElementsAre("HvCtpInit"));
+        EXPECT_EQ(log_.texts(), lines_t(4, "HCM: Init"));
     }
 }
 
