@@ -2,35 +2,26 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+
 #include "lab/byte_stream.h"
 
 namespace {
 
-constexpr GUID known = {0xd1c2c07a, 0xd989, 0x48cc, {0xa4, 0x23, 0xb7, 0x3e, 0xcd, 0x51, 0x8d, 0x40}};
-constexpr GUID ndr = {0x8a885d04, 0x1ceb, 0x11c9, {0x9f, 0xe8, 0x08, 0x00, 0x2b, 0x10, 0x48, 0x60}};
-constexpr lab::mapped_interface interfaces[] = {{known, 1, 0, 0x1234}};
-constexpr std::size_t tower_length = 75, tower_port = 64;
+constexpr lab::mapped_interface interfaces[] = {
+    {{0xd1c2c07a, 0xd989, 0x48cc, {0xa4, 0x23, 0xb7, 0x3e, 0xcd, 0x51, 0x8d, 0x40}}, 1, 0, 0x1234}};
 
-std::vector<std::uint8_t> tower(const GUID& id, std::uint16_t version, std::uint8_t transport) {
-    lab::byte_writer out;
-    out.put<std::uint16_t>(5);
-    for (const auto& [syntax, number] : {std::pair(id, version), std::pair(ndr, std::uint16_t{2})}) {
-        out.put<std::uint16_t>(19);
-        out.put<std::uint8_t>(0x0d);
-        out.put(syntax);
-        out.put(number);
-        out.put<std::uint32_t>(2);  // the right side: its length and a minor version of 0
-    }
-    for (const auto& [identifier, size] : {std::pair(0x0b, 2), std::pair(int{transport}, 2), std::pair(0x09, 4)}) {
-        out.put<std::uint16_t>(1);
-        out.put(static_cast<std::uint8_t>(identifier));
-        out.put(static_cast<std::uint16_t>(size));
-        out.put_zeros(static_cast<std::size_t>(size));
-    }
-    return out.bytes();
-}
+// Five floors: this interface in version 1, the transfer syntax, connection-oriented calls, TCP, IP; no port yet.
+using tower_t = std::array<std::uint8_t, 75>;
+constexpr tower_t tower = {0x05, 0x00, 0x13, 0x00, 0x0d, 0x7a, 0xc0, 0xc2, 0xd1, 0x89, 0xd9, 0xcc, 0x48, 0xa4, 0x23,
+                           0xb7, 0x3e, 0xcd, 0x51, 0x8d, 0x40, 0x01, 0x00, 0x02, 0x00, 0x00, 0x00, 0x13, 0x00, 0x0d,
+                           0x04, 0x5d, 0x88, 0x8a, 0xeb, 0x1c, 0xc9, 0x11, 0x9f, 0xe8, 0x08, 0x00, 0x2b, 0x10, 0x48,
+                           0x60, 0x02, 0x00, 0x02, 0x00, 0x00, 0x00, 0x01, 0x00, 0x0b, 0x02, 0x00, 0x00, 0x00, 0x01,
+                           0x00, 0x07, 0x02, 0x00, 0x00, 0x00, 0x01, 0x00, 0x09, 0x04, 0x00, 0x00, 0x00, 0x00, 0x00};
+constexpr std::size_t floors_at = 0, interface_at = 5, version_at = 21, transport_at = 61, port_at = 64;
 
-std::vector<std::uint8_t> request(const std::vector<std::uint8_t>& asked, std::uint32_t length) {
+std::vector<std::uint8_t> request(const tower_t& asked, std::uint32_t length = 75) {
     lab::byte_writer out;
     out.put<std::uint32_t>(0);  // no object
     out.put<std::uint32_t>(1);
@@ -44,17 +35,10 @@ std::vector<std::uint8_t> request(const std::vector<std::uint8_t>& asked, std::u
 }
 
 std::vector<std::uint8_t> request_pdu(const std::vector<std::uint8_t>& body) {
-    lab::byte_writer out;
-    for (const unsigned byte : {5, 0, 0, 3, 0x10, 0, 0, 0})
-        out.put(static_cast<std::uint8_t>(byte));
-    out.put(static_cast<std::uint16_t>(24 + body.size()));
-    out.put<std::uint16_t>(0);
-    out.put<std::uint32_t>(7);  // call
-    out.put(static_cast<std::uint32_t>(body.size()));
-    out.put<std::uint16_t>(0);
-    out.put<std::uint16_t>(3);  // ept_map
-    out.put_bytes(body);
-    return out.bytes();
+    std::vector<std::uint8_t> pdu = {5, 0, 0, 3, 0x10, 0, 0, 0, 0, 0, 0, 0, 7, 0, 0, 0, 0, 0, 0, 0, 0, 0, 3, 0};
+    pdu.insert(pdu.end(), body.begin(), body.end());
+    pdu[8] = static_cast<std::uint8_t>(pdu.size());
+    return pdu;
 }
 
 std::uint32_t last_number(const std::vector<std::uint8_t>& bytes) {
@@ -62,12 +46,10 @@ std::uint32_t last_number(const std::vector<std::uint8_t>& bytes) {
 }
 
 TEST(EndpointMapper, FillsThePortIntoTheAskedTower) {
-    const auto asked = tower(known, 1, 0x07);
-    ASSERT_EQ(asked.size(), tower_length);
-    const auto reply = lab::answer_ept_map(request(asked, tower_length), interfaces);
-    auto expected = asked;
-    expected[tower_port] = 0x12;
-    expected[tower_port + 1] = 0x34;
+    const auto reply = lab::answer_ept_map(request(tower), interfaces);
+    auto expected = tower;
+    expected[port_at] = 0x12;
+    expected[port_at + 1] = 0x34;
     const std::size_t tower_begins = 20 + 4 + 12 + 4 + 8;
     ASSERT_EQ(reply.size(), tower_begins + 76 + 4);
     EXPECT_TRUE(std::equal(expected.begin(), expected.end(), reply.begin() + tower_begins));
@@ -75,32 +57,32 @@ TEST(EndpointMapper, FillsThePortIntoTheAskedTower) {
 }
 
 TEST(EndpointMapper, KnowsNoTowerForAnythingElse) {
-    const std::vector<std::uint8_t> towers[] = {tower(ndr, 1, 0x07), tower(known, 2, 0x07), tower(known, 1, 0x08), {0, 0}};
-    for (const auto& asked : towers) {
-        const auto reply = lab::answer_ept_map(request(asked, static_cast<std::uint32_t>(asked.size())), interfaces);
+    for (const std::size_t changed : {floors_at, interface_at, version_at, transport_at}) {
+        auto asked = tower;
+        asked[changed] ^= 5;
+        const auto reply = lab::answer_ept_map(request(asked), interfaces);
         EXPECT_EQ(reply.size(), 20u + 4 + 12 + 4);
         EXPECT_EQ(last_number(reply), 0x16C9A0D6u);
     }
 }
 
 TEST(EndpointMapper, FaultsWhereARequestIsCutShortOrLies) {
-    const auto asked = tower(known, 1, 0x07);
-    const auto whole = request(asked, tower_length);
+    const auto whole = request(tower);
     constexpr std::uint8_t response = 2, fault = 3;
     EXPECT_EQ(lab::answer_mapper_pdu(request_pdu(whole), interfaces).at(2), response);
     for (std::size_t size = 0; size < whole.size(); ++size)
         EXPECT_EQ(lab::answer_mapper_pdu(request_pdu({whole.begin(), whole.begin() + size}), interfaces).at(2), fault) << size;
     for (const std::uint32_t length : {76u + 4000u, 0xffffffffu, 0x80000000u})
-        EXPECT_EQ(lab::answer_mapper_pdu(request_pdu(request(asked, length)), interfaces).at(2), fault) << length;
-    for (std::size_t inside = 2; inside < tower_length; ++inside) {  // every length that the tower itself tells, made a lie
-        auto lying = asked;
+        EXPECT_EQ(lab::answer_mapper_pdu(request_pdu(request(tower, length)), interfaces).at(2), fault) << length;
+    for (std::size_t inside = 2; inside < tower.size(); ++inside) {  // every length that the tower itself tells, made a lie
+        auto lying = tower;
         lying[inside] = 0xff;
-        EXPECT_FALSE(lab::answer_mapper_pdu(request_pdu(request(lying, tower_length)), interfaces).empty()) << inside;
+        EXPECT_FALSE(lab::answer_mapper_pdu(request_pdu(request(lying)), interfaces).empty()) << inside;
     }
 }
 
 TEST(EndpointMapper, ClosesOnWhatIsNoPdu) {
-    const auto pdu = request_pdu(request(tower(known, 1, 0x07), tower_length));
+    const auto pdu = request_pdu(request(tower));
     for (std::size_t size = 0; size < 24; ++size)
         EXPECT_TRUE(lab::answer_mapper_pdu(std::span(pdu).first(size), interfaces).empty()) << size;
     for (const std::size_t changed : {0, 2, 3, 4, 10}) {  // version, kind, fragments, representation, authentication
