@@ -4,7 +4,7 @@ The primitives (proof, session key, sign, seal) are impacket's; bind, auth3, req
 here from the protocol ([C706] chapter 12, [MS-RPCE] 2.2.2.11, [MS-NLMP] 3.4).
 """
 import os
-import socket
+import socketserver
 import struct
 import threading
 
@@ -12,11 +12,9 @@ from Cryptodome.Cipher import ARC4
 from impacket import ntlm
 
 REQUEST, RESPONSE, FAULT, BIND, BIND_ACK, AUTH3 = 0, 2, 3, 11, 12, 16
-FIRST, LAST = 1, 2
 CONNECT, PRIVACY = 2, 6
 NDR_SYNTAX = bytes.fromhex("045d888aeb1cc9119fe808002b10486002000000")
-FRAGMENT = 4096  # stub bytes in one response fragment
-ACCESS_DENIED = 5
+ACCESS_DENIED, SERVER_UNAVAILABLE = 5, 1722
 
 FLAGS = (ntlm.NTLMSSP_NEGOTIATE_UNICODE | ntlm.NTLMSSP_REQUEST_TARGET | ntlm.NTLMSSP_NEGOTIATE_SIGN | ntlm.NTLMSSP_NEGOTIATE_SEAL |
          ntlm.NTLMSSP_NEGOTIATE_NTLM | ntlm.NTLMSSP_NEGOTIATE_ALWAYS_SIGN | ntlm.NTLMSSP_TARGET_TYPE_SERVER |
@@ -24,18 +22,13 @@ FLAGS = (ntlm.NTLMSSP_NEGOTIATE_UNICODE | ntlm.NTLMSSP_REQUEST_TARGET | ntlm.NTL
          ntlm.NTLMSSP_NEGOTIATE_KEY_EXCH | ntlm.NTLMSSP_NEGOTIATE_56)
 
 
-class Attempt:
-    """One authentication as this side saw it."""
-
-    def __init__(self, level):
-        self.level, self.domain, self.user, self.accepted = level, None, None, False
-
-
 class Session:
-    """The NTLM exchange of one connection and, once accepted, its keys."""
+    """The authentication of one connection: the NTLM exchange, who it was and, once accepted, the keys."""
 
-    def __init__(self, attempt, negotiate, passwords):
-        self.attempt, self.passwords = attempt, passwords
+    def __init__(self, level, negotiate, passwords):
+        self.level, self.passwords = level, passwords
+        self.domain = self.user = None
+        self.accepted = False
         self.challenge = os.urandom(8)
         self.flags = FLAGS & struct.unpack_from("<L", negotiate, 12)[0] | ntlm.NTLMSSP_NEGOTIATE_TARGET_INFO
         self.received = self.sent = 0
@@ -52,11 +45,11 @@ class Session:
             return message[offset:offset + length]
         nt, domain, user, key = field(20), field(28), field(36), field(52)
         self.flags = struct.unpack_from("<L", message, 60)[0]
-        self.attempt.domain, self.attempt.user = domain.decode("utf-16le"), user.decode("utf-16le")
-        password = self.passwords.get(self.attempt.user)
+        self.domain, self.user = domain.decode("utf-16le"), user.decode("utf-16le")
+        password = self.passwords.get(self.user)
         if password is None or len(nt) < 24:
             return
-        owf = ntlm.NTOWFv2(self.attempt.user, password, self.attempt.domain)
+        owf = ntlm.NTOWFv2(self.user, password, self.domain)
         if ntlm.hmac_md5(owf, self.challenge + nt[16:]) != nt[:16]:
             return
         session_key = ntlm.hmac_md5(owf, nt[:16])
@@ -64,7 +57,7 @@ class Session:
             session_key = ARC4.new(session_key).decrypt(key)
         self.sign_in, self.sign_out = (ntlm.SIGNKEY(self.flags, session_key, side) for side in ("Client", "Server"))
         self.seal_in, self.seal_out = (ARC4.new(ntlm.SEALKEY(self.flags, session_key, side)) for side in ("Client", "Server"))
-        self.attempt.accepted = True
+        self.accepted = True
 
     def unseal(self, pdu, begin, end, signature):
         plain = self.seal_in.decrypt(pdu[begin:end])
@@ -113,97 +106,78 @@ def answer(operation, stub):
 
 
 class Peer:
-    """Serves until closed; `passwords` maps users to passwords. Records attempts, executed operations and all raw bytes."""
+    """Serves until the program ends; `passwords` maps users to passwords. Records attempts, executed operations and all raw bytes."""
 
     def __init__(self, passwords, lose_after=None):
         self.passwords, self.lose_after = passwords, lose_after
         self.attempts, self.executed, self.raw, self.problems = [], [], bytearray(), []
-        self.listener = socket.create_server(("127.0.0.1", 0))
-        self.port = self.listener.getsockname()[1]
-        threading.Thread(target=self.accept, daemon=True).start()
+        peer = self
 
-    def accept(self):
-        while True:
-            try:
-                connection, _ = self.listener.accept()
-            except OSError:
-                return
-            threading.Thread(target=self.guarded, args=(connection,), daemon=True).start()
+        class Handler(socketserver.StreamRequestHandler):
+            def handle(self):
+                try:
+                    peer.serve(self)
+                except ConnectionError:
+                    pass
+                except Exception as error:  # the test reports it
+                    peer.problems.append(repr(error))
 
-    def guarded(self, connection):
-        try:
-            with connection:
-                self.serve(connection)
-        except ConnectionError:
-            pass
-        except Exception as error:  # the test reports it
-            self.problems.append(repr(error))
+        server = socketserver.ThreadingTCPServer(("127.0.0.1", 0), Handler)
+        server.daemon_threads = True
+        self.port = server.server_address[1]
+        threading.Thread(target=server.serve_forever, daemon=True).start()
 
     def receive(self, connection, count):
-        data = b""
-        while len(data) < count:
-            part = connection.recv(count - len(data))
-            if not part:
-                raise ConnectionError
-            data += part
+        data = connection.rfile.read(count)
+        if len(data) < count:
+            raise ConnectionError
         self.raw += data
         return data
 
     def send(self, connection, data):
         self.raw += data
-        connection.sendall(data)
+        connection.wfile.write(data)
 
     def serve(self, connection):
-        session, stub = None, b""
+        session = None
         while True:
             head = self.receive(connection, 16)
-            kind, flags, length, auth_length, call = head[2], head[3], *struct.unpack_from("<HHL", head, 8)
+            kind, length, auth_length, call = head[2], *struct.unpack_from("<HHL", head, 8)
             pdu = head + self.receive(connection, length - 16)
             trailer = length - auth_length - 8
             verifier = pdu[trailer + 8:] if auth_length else b""
             if kind == BIND:
-                session = Session(Attempt(pdu[trailer + 1]), verifier, self.passwords)
-                self.attempts.append(session.attempt)
+                session = Session(pdu[trailer + 1], verifier, self.passwords)
+                self.attempts.append(session)
                 body = struct.pack("<HHLHHLHH", 5840, 5840, 0x53f0, 1, 0, 1, 0, 0) + NDR_SYNTAX
                 challenge = session.challenge_message()
                 self.send(connection, self.header(BIND_ACK, call, len(body) + 8 + len(challenge), len(challenge)) + body +
-                          bytes([10, session.attempt.level, 0, 0, 0, 0, 0, 0]) + challenge)
+                          bytes([10, session.level, 0, 0, 0, 0, 0, 0]) + challenge)
             elif kind == AUTH3:
                 session.accept(verifier)
             elif kind == REQUEST:
-                if flags & FIRST:
-                    stub = b""
-                end = trailer - pdu[trailer + 2] if auth_length else length
-                if session.attempt.accepted and session.attempt.level == PRIVACY:
-                    plain = session.unseal(pdu, 24, trailer, verifier)
-                    stub += plain[:end - 24]
-                else:
-                    stub += pdu[24:end]
-                if flags & LAST:
-                    self.reply(connection, session, call, struct.unpack_from("<H", pdu, 22)[0], stub)
+                sealed = session.accepted and session.level == PRIVACY
+                stub = session.unseal(pdu, 24, trailer, verifier) if sealed else pdu[24:]
+                self.reply(connection, session, call, struct.unpack_from("<H", pdu, 22)[0], stub)
 
     def reply(self, connection, session, call, operation, stub):
-        if not session.attempt.accepted:
-            self.send(connection, self.header(FAULT, call, 16) + struct.pack("<LLLL", 0, 0, ACCESS_DENIED, 0))
-            return
-        if self.lose_after is not None and len(self.executed) >= self.lose_after:
+        lost = self.lose_after is not None and len(self.executed) >= self.lose_after
+        if lost or not session.accepted:
             self.lose_after = None
-            self.send(connection, self.header(FAULT, call, 16) + struct.pack("<LLLL", 0, 0, 1722, 0))
+            status = SERVER_UNAVAILABLE if lost else ACCESS_DENIED
+            self.send(connection, self.header(FAULT, call, 16) + struct.pack("<LLLL", 0, 0, status, 0))
             return
-        self.executed.append((operation, session.attempt.level))
+        self.executed.append((operation, session.level))
         result = answer(operation, stub)
-        for at in range(0, len(result), FRAGMENT):
-            part = result[at:at + FRAGMENT]
-            flags = (FIRST if at == 0 else 0) | (LAST if at + FRAGMENT >= len(result) else 0)
-            body = struct.pack("<LL", len(result) - at, 0)
-            if session.attempt.level == PRIVACY:
-                padding = -len(part) % 16
-                part += bytes(padding)
-                head = self.header(RESPONSE, call, len(body) + len(part) + 8 + 16, 16, flags) + body
-                self.send(connection, session.seal(head, part, bytes([10, PRIVACY, padding, 0, 0, 0, 0, 0])))
-            else:
-                self.send(connection, self.header(RESPONSE, call, len(body) + len(part), 0, flags) + body + part)
+        body = struct.pack("<LL", len(result), 0)
+        if session.level != PRIVACY:
+            self.send(connection, self.header(RESPONSE, call, len(body) + len(result)) + body + result)
+            return
+        padding = -len(result) % 16
+        head = self.header(RESPONSE, call, len(body) + len(result) + padding + 8 + 16, 16) + body
+        self.send(connection, session.seal(head, result + bytes(padding), bytes([10, PRIVACY, padding, 0, 0, 0, 0, 0])))
 
     @staticmethod
-    def header(kind, call, length, auth_length=0, flags=FIRST | LAST):
-        return struct.pack("<BBBBLHHL", 5, 0, kind, flags, 0x10, 16 + length, auth_length, call)
+    def header(kind, call, length, auth_length=0):
+        first_and_last = 3
+        return struct.pack("<BBBBLHHL", 5, 0, kind, first_and_last, 0x10, 16 + length, auth_length, call)
