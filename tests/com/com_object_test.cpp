@@ -1,6 +1,6 @@
 #include "com/com_object.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <thread>
 #include <vector>
@@ -10,6 +10,8 @@
 #include "tests/com/com_test.h"
 #include "tests/com/outer_object.h"
 #include "tests/com/played_op.h"
+#include "tests/com/watched_memory.h"
+#include "tests/foundation/thrown.h"
 
 namespace {
 
@@ -33,17 +35,17 @@ TEST_F(com_object_test, ItsImplementationGoesWithItsLastReference) {
 }
 
 TEST_F(com_object_test, CountsReferencesOfManyThreads) {
-    const auto op = make_op(std::make_shared<played_impl>());
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([&] {
-            for (int n = 0; n < 20000; ++n) {
-                win::com_ptr<ISupportErrorInfo> other;
-                op.query(other);
-            }
-        });
-    for (std::thread& thread : threads)
-        thread.join();
+    const auto op = object_over<CCoPlayedOp>(std::make_shared<played_impl>());
+    {
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 4; ++i)
+            threads.emplace_back([&] {
+                for (int n = 0; n < 20000; ++n) {
+                    win::com_ptr<ISupportErrorInfo> other;
+                    op.query(other);
+                }
+            });
+    }
     op->AddRef();
     EXPECT_EQ(op->Release(), 1u);
 }
@@ -51,11 +53,10 @@ TEST_F(com_object_test, CountsReferencesOfManyThreads) {
 TEST_F(com_object_test, AnswersLateBoundCalls) {
     const auto impl = std::make_shared<played_impl>();
     impl->description = L"late";
-    const auto op = make_op(impl);
+    const auto op = object_over<CCoPlayedOp>(impl);
     UINT count = 0;
     EXPECT_EQ(op->GetTypeInfoCount(&count), S_OK);
     EXPECT_EQ(count, 1u);
-    EXPECT_EQ(op->GetTypeInfoCount(nullptr), E_POINTER);
     win::com_ptr<ITypeInfo> info;
     EXPECT_EQ(op->GetTypeInfo(0, 0, info.put()), S_OK);
     EXPECT_TRUE(info);
@@ -78,53 +79,22 @@ TEST_F(com_object_test, AnswersLateBoundCalls) {
     EXPECT_EQ(V_VT(value.get()), VT_BSTR);
     EXPECT_EQ(win::bstr_view(V_BSTR(value.get())), L"late");
     EXPECT_EQ(op->Invoke(9, IID_IUnknown, 0, DISPATCH_PROPERTYGET, &none, nullptr, nullptr, nullptr), DISP_E_UNKNOWNINTERFACE);
-    EXPECT_EQ(op->Invoke(99, IID_NULL, 0, DISPATCH_METHOD, &none, nullptr, nullptr, nullptr), DISP_E_MEMBERNOTFOUND);
-
-    impl->refresh = [] { throw exc::runtime_exc_t("It failed."); };
-    EXCEPINFO exception{};
-    EXPECT_EQ(op->Invoke(11, IID_NULL, 0, DISPATCH_METHOD, &none, nullptr, &exception, nullptr), DISP_E_EXCEPTION);
-    EXPECT_EQ(exception.scode, DISP_E_EXCEPTION);
-    EXPECT_STREQ(exception.bstrDescription, L"It failed.");
-    ::SysFreeString(exception.bstrDescription);
-    ::SysFreeString(exception.bstrSource);
-    ::SysFreeString(exception.bstrHelpFile);
 }
 
-// No memory for an object of this class.
-class CCoNoMemory : public com::com_object<IKorvaHvAsyncOp, played_impl> {
-public:
-    using com_object::com_object;
-    static void* operator new(std::size_t, const std::nothrow_t&) noexcept { return nullptr; }
-    static void operator delete(void*) {}
-    static void operator delete(void*, const std::nothrow_t&) noexcept {}
-    STDMETHODIMP get_IsCompleted(VARIANT_BOOL*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_IsSucceeded(VARIANT_BOOL*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_ErrDescription(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP get_OperationID(GUID*) override { return E_NOTIMPL; }
-    STDMETHODIMP Refresh() override { return E_NOTIMPL; }
-};
-
 TEST_F(com_object_test, IsHandedOutByOneRoutineWithTwoErrors) {
-    IKorvaHvAsyncOp* op = nullptr;
-    com::create_internal<CCoPlayedOp>(std::make_shared<played_impl>(), &op);
-    ASSERT_NE(op, nullptr);
-    EXPECT_EQ(op->Release(), 0u);
-
-    try {
-        com::create_internal<CCoNoMemory>(std::make_shared<played_impl>(), &op);
-        FAIL();
-    } catch (const exc::win_sys_exc_t& error) {
-        EXPECT_EQ(error.code(), 0x8007000Eu);
-        EXPECT_EQ(error.lines().back(), "Failed to create class instance.");
-    }
-    IChangeIndex* other = nullptr;
-    try {
-        com::create_internal<CCoPlayedOp>(std::make_shared<played_impl>(), &other);
-        FAIL();
-    } catch (const exc::runtime_exc_t& error) {
-        EXPECT_STREQ(error.what(), "Failed to query requested interface.");
-    }
-    EXPECT_EQ(other, nullptr);
+    EXPECT_EQ(object_over<CCoPlayedOp>(std::make_shared<played_impl>()).detach()->Release(), 0u);
+    win::com_ptr<IKorvaHvAsyncOp> op;
+    const auto without_memory = [&] {
+        auto impl = std::make_shared<played_impl>();
+        watched_memory::fail_allocation(1);
+        com::create_internal<CCoPlayedOp>(std::move(impl), op.put());
+    };
+    EXPECT_EQ(thrown(without_memory).back(), "Failed to create class instance.");
+    EXPECT_EQ(thrown_code(without_memory), 0x8007000Eu);
+    win::com_ptr<IChangeIndex> other;
+    EXPECT_EQ(thrown_text([&] { com::create_internal<CCoPlayedOp>(std::make_shared<played_impl>(), other.put()); }),
+              "Failed to query requested interface.");
+    EXPECT_FALSE(op || other);
 }
 
 }  // namespace

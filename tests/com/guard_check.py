@@ -1,6 +1,6 @@
 """Every method of every interface is one guard and nothing beside it: `return guarded(...);` is its whole body.
 
-guard_check.py FOLDER_OF_THE_CLASSES INTERFACES_TXT: reads the sources, and counts the methods that the type library must hold.
+guard_check.py FOLDER_OF_THE_CLASSES TYPE_LIBRARY_TXT: reads the sources, and counts the methods that the type library must hold.
 """
 
 import pathlib

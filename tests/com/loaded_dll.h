@@ -1,54 +1,41 @@
 #pragma once
 
-#include <string>
+#include <gtest/gtest.h>
+#include <windows.h>
 
-#include "tests/com/com_test.h"
+#include <unknwn.h>
 
-// The DLL itself, loaded as a client loads it. When the test ends nothing keeps it from being unloaded.
-class dll_test : public com_test {
-protected:
-    dll_test() {
-        EXPECT_NE(module, nullptr);
-        wchar_t buffer[MAX_PATH] = {};
-        ::GetModuleFileNameW(module, buffer, MAX_PATH);
-        path = buffer;
-    }
-    ~dll_test() override {
+// The DLL itself, loaded as a client loads it. When this goes, nothing may keep the DLL from being unloaded.
+class loaded_dll {
+public:
+    loaded_dll() { EXPECT_NE(module, nullptr); }
+    ~loaded_dll() {
         EXPECT_EQ(can_unload_now(), S_OK);
         ::FreeLibrary(module);
     }
+    loaded_dll(const loaded_dll&) = delete;
 
-    template <class Function>
-    Function* function(const char* name) const {
-        return reinterpret_cast<Function*>(::GetProcAddress(module, name));
-    }
-
-    HRESULT can_unload_now() const { return function<HRESULT WINAPI()>("DllCanUnloadNow")(); }
-    HRESULT register_server() const { return function<HRESULT WINAPI()>("DllRegisterServer")(); }
-    HRESULT unregister_server() const { return function<HRESULT WINAPI()>("DllUnregisterServer")(); }
+    HRESULT can_unload_now() const { return exported<HRESULT WINAPI()>("DllCanUnloadNow")(); }
+    HRESULT register_server() const { return exported<HRESULT WINAPI()>("DllRegisterServer")(); }
+    HRESULT unregister_server() const { return exported<HRESULT WINAPI()>("DllUnregisterServer")(); }
     template <class Interface>
     HRESULT get_class_object(const CLSID& clsid, const IID& iid, Interface** result) const {
-        return function<HRESULT WINAPI(REFCLSID, REFIID, void**)>("DllGetClassObject")(clsid, iid,
-                                                                                       reinterpret_cast<void**>(result));
+        using function = HRESULT WINAPI(REFCLSID, REFIID, void**);
+        return exported<function>("DllGetClassObject")(clsid, iid, reinterpret_cast<void**>(result));
     }
 
-    HMODULE module = ::LoadLibraryW(L"KorvaProxyClient.dll");
-    std::wstring path;
+    const HMODULE module = ::LoadLibraryW(L"KorvaProxyClient.dll");
+
+private:
+    template <class Function>
+    Function* exported(const char* name) const {
+        return reinterpret_cast<Function*>(::GetProcAddress(module, name));
+    }
 };
 
-// The creatable classes as consoles know them, spelled out once more.
-struct creatable_class {
-    const wchar_t* clsid;
-    const wchar_t* prog_id;
-    const wchar_t* version_independent_prog_id;
-    const wchar_t* description;
-    IID default_interface;
+// In the registry, too, as long as this lives.
+class registered_dll : public loaded_dll {
+public:
+    registered_dll() { EXPECT_EQ(register_server(), S_OK); }
+    ~registered_dll() { EXPECT_EQ(unregister_server(), S_OK); }
 };
-
-extern const creatable_class creatable_classes[7];
-
-inline CLSID guid_of(const wchar_t* text) {
-    CLSID guid{};
-    EXPECT_EQ(::CLSIDFromString(text, &guid), S_OK);
-    return guid;
-}

@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include "com/class_factory.h"
 #include "logging/memory_receiver.h"
 #include "logging/win_log_file.h"
 #include "logging/write.h"
@@ -14,34 +13,21 @@ namespace {
 // The process's own log is a receiver in memory until an object puts another in its place.
 class logging_object_test : public com_test {
 protected:
-    logging_object_test() {
-        com::get_class_object(CLSID_KorvaProxyClientLogging, IID_IClassFactory, reinterpret_cast<void**>(factory_.put()));
-        factory_->CreateInstance(nullptr, __uuidof(IKorvaProxyClientLogging), reinterpret_cast<void**>(object_.put()));
-    }
+    static win::unique_bstr bstr(const wchar_t* text) { return win::make_bstr(text ? text : std::wstring_view()); }
 
     // What the call left on the thread where it failed, else "".
-    std::string set_path(const wchar_t* path) { return description(object_->SetLogPath(bstr(path).get())); }
-    std::string set_synchronized(const wchar_t* path, const wchar_t* mutex) {
-        return description(object_->SetLogSynchronized(bstr(path).get(), bstr(mutex).get()));
+    std::string set_path(const wchar_t* path) {
+        return object_->SetLogPath(bstr(path).get()) == S_OK ? "" : description_of_error();
     }
-
-    static win::unique_bstr bstr(const wchar_t* text) { return text ? win::make_bstr(text) : win::unique_bstr(); }
-
-    static std::string description(HRESULT result) {
-        if (result == S_OK)
-            return {};
-        EXPECT_EQ(result, DISP_E_EXCEPTION);
-        const auto error = take_error();
-        EXPECT_TRUE(error && error->source == __uuidof(IKorvaProxyClientLogging));
-        return error ? error->description : "(no error object)";
+    std::string set_synchronized(const wchar_t* path, const wchar_t* mutex) {
+        return object_->SetLogSynchronized(bstr(path).get(), bstr(mutex).get()) == S_OK ? "" : description_of_error();
     }
 
     const scratch_t scratch_;
     const std::string path_ = scratch_ / "a.log";
     const std::wstring wide_path_ = text::widen(path_);
     logging::captured_log_t log_;
-    win::com_ptr<IClassFactory> factory_;
-    win::com_ptr<IKorvaProxyClientLogging> object_;
+    const win::com_ptr<IKorvaProxyClientLogging> object_ = create<IKorvaProxyClientLogging>(CLSID_KorvaProxyClientLogging);
 };
 
 TEST_F(logging_object_test, ChecksItsArgumentsInOrderAndTellsNullFromEmpty) {

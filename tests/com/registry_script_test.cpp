@@ -2,11 +2,9 @@
 
 #include <gmock/gmock.h>
 
-#include "foundation/errors.h"
+#include "tests/foundation/thrown.h"
 
 namespace {
-
-using ::testing::HasSubstr;
 
 const com::script_arguments arguments = {{L"MODULE", L"C:\\it's here\\%APPID%\\{ x.dll"}, {L"APPID", L"{1}"}};
 
@@ -53,14 +51,9 @@ TEST(RegistryScript, SaysWhatIsWrongWithIt) {
         {"HKCR { %OTHER% }", "unknown argument at '%OTHER%'"},
         {"HKCR { 100% }", "unknown argument at '%'"},
     };
-    for (const auto& [script, complaint] : rows) {
-        try {
-            com::parse_registry_script(script, arguments);
-            ADD_FAILURE() << "accepted: " << script;
-        } catch (const exc::runtime_exc_t& error) {
-            EXPECT_THAT(error.what(), HasSubstr(complaint)) << script;
-        }
-    }
+    for (const auto& [script, complaint] : rows)
+        EXPECT_THAT(thrown_text([&] { com::parse_registry_script(script, arguments); }), ::testing::HasSubstr(complaint))
+            << script;
 }
 
 }  // namespace

@@ -32,9 +32,9 @@ private:
 
 TEST(Activation, AContextGivesEveryClassByItsNamesAndItsTypes) {
     const single_threaded_com com;
+    const auto first = com::class_table().front().prog_id;
     CLSID clsid{};
-    for (const com::class_entry& row : com::class_table())
-        ASSERT_EQ(::CLSIDFromProgID(row.prog_id, &clsid), CO_E_CLASSSTRING) << "registered: left by another test?";
+    ASSERT_EQ(::CLSIDFromProgID(first, &clsid), CO_E_CLASSSTRING) << "registered: left by another test?";
     {
         const activation_context context(child_process::own_folder() + L"KorvaProxyClient.Assembly.manifest");
         // Inside a context a ProgID leads to an alias of the class's identifier.
@@ -44,15 +44,15 @@ TEST(Activation, AContextGivesEveryClassByItsNamesAndItsTypes) {
                 ASSERT_EQ(::CLSIDFromProgID(name, &clsid), S_OK);
                 for (const CLSID& wanted : {clsid, row.clsid}) {
                     win::com_ptr<IDispatch> object;
+                    win::com_ptr<ITypeInfo> type;
                     ASSERT_EQ(::CoCreateInstance(wanted, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch,
                                                  reinterpret_cast<void**>(object.put())),
                               S_OK);
-                    win::com_ptr<ITypeInfo> type;
                     EXPECT_EQ(object->GetTypeInfo(0, LOCALE_NEUTRAL, type.put()), S_OK);
                 }
             }
     }
-    EXPECT_EQ(::CLSIDFromProgID(com::class_table().front().prog_id, &clsid), CO_E_CLASSSTRING);
+    EXPECT_EQ(::CLSIDFromProgID(first, &clsid), CO_E_CLASSSTRING);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // The samples as a console developer runs them, against the lab.
 #include <gmock/gmock.h>
 
-#include "tests/system/client.h"
+#include "tests/com/loaded_dll.h"
 #include "tests/system/lab_process.h"
 
 namespace {
