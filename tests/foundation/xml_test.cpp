@@ -1,9 +1,7 @@
-#include <ostream>
-
-#include "foundation/errors.h"
 #include "foundation/xml/document.h"
 #include "foundation/xml/items_list.h"
 #include "tests/foundation/com_thread.h"
+#include "tests/foundation/thrown.h"
 
 namespace {
 
@@ -35,13 +33,9 @@ TEST_F(Xml, ReadsAttributesByTheirExactName) {
         xml::get_child_by_tag(xml::document_to_node(xml::load_document(L"<r Path='' Name='д中😀'/>", false)), L"r");
     EXPECT_EQ(xml::get_attribute(element, L"Path"), L"");
     EXPECT_EQ(xml::get_attribute(element, L"Name"), L"д中😀");
-    try {
-        xml::get_attribute(element, L"name");
-        FAIL() << "an attribute name is exact";
-    } catch (const exc::com_exc_t& error) {
-        EXPECT_EQ(error.code(), S_FALSE);
-        EXPECT_EQ(error.lines(), (lines_t{" Error code: 0x00000001", "Failed to get value of the attribute 'name'."}));
-    }
+    EXPECT_EQ(thrown([&] { xml::get_attribute(element, L"name"); }),
+              (lines_t{" Error code: 0x00000001", "Failed to get value of the attribute 'name'."}))
+        << "an attribute name is exact";
 }
 
 TEST_F(ItemsList, IsReadWholeAndInOrder) {
@@ -65,49 +59,28 @@ TEST_F(ItemsList, IsReadWholeAndInOrder) {
     EXPECT_EQ(items.size(), 3u);
 }
 
-struct bad_list_t {
-    const char* name;
-    const wchar_t* text;
-    lines_t causes;
-};
-void PrintTo(const bad_list_t& list, std::ostream* out) { *out << list.name; }
-
-class BadItemsList : public com_thread, public ::testing::WithParamInterface<bad_list_t> {};
-
-TEST_P(BadItemsList, FailsWithItsCauses) {
-    xml::file_items_t items;
-    lines_t expected{"Failed to de-serialize XML to the items list."};
-    expected.insert(expected.end(), GetParam().causes.begin(), GetParam().causes.end());
-    try {
-        xml::parse_items_list(GetParam().text, items);
-        FAIL() << "it was read";
-    } catch (const exc::runtime_exc_t& error) {
-        EXPECT_EQ(error.lines(), expected);
+TEST_F(ItemsList, FailsWithItsCauses) {
+    const std::pair<const wchar_t*, lines_t> lists[] = {
+        {L"<FilesList><д>", {" Error code: 0x00000001", "Failed to load XML document '<FilesList><д>'."}},
+        {L"", {" Error code: 0x00000001", "Failed to load XML document ''."}},
+        {L"<Files><FilesList/></Files>", {"There is no child node with the specified name 'FilesList'."}},
+        {L"<FilesList><!-- no item --></FilesList>",
+         {"Failed to retrieve children of the XML node.", " Error code: 0x80004002",
+          "Failed to convert XMLDOMNode to XMLDOMElement."}},
+        // The order in which the attributes are read.
+        {L"<FilesList><i/></FilesList>", {" Error code: 0x00000001", "Failed to get value of the attribute 'Recursive'."}},
+        {L"<FilesList><i Recursive='true' Path=''/></FilesList>",
+         {" Error code: 0x00000001", "Failed to get value of the attribute 'Mask'."}},
+        {L"<FilesList><i Recursive='true' Path='' Mask='' FullPath=''/></FilesList>",
+         {" Error code: 0x00000001", "Failed to get value of the attribute 'RelativePath'."}},
+    };
+    for (const auto& [text, causes] : lists) {
+        xml::file_items_t items;
+        lines_t lines = thrown([&] { xml::parse_items_list(text, items); });
+        EXPECT_EQ(lines.front(), "Failed to de-serialize XML to the items list.");
+        lines.erase(lines.begin());
+        EXPECT_EQ(lines, causes);
     }
 }
-
-const bad_list_t bad_lists[] = {
-    {"malformed", L"<FilesList><д>", {" Error code: 0x00000001", "Failed to load XML document '<FilesList><д>'."}},
-    {"empty", L"", {" Error code: 0x00000001", "Failed to load XML document ''."}},
-    {"wrong root", L"<Files><FilesList/></Files>", {"There is no child node with the specified name 'FilesList'."}},
-    {"comment among the items",
-     L"<FilesList><!-- here --></FilesList>",
-     {"Failed to retrieve children of the XML node.", " Error code: 0x80004002",
-      "Failed to convert XMLDOMNode to XMLDOMElement."}},
-    {"text among the items",
-     L"<FilesList>text</FilesList>",
-     {"Failed to retrieve children of the XML node.", " Error code: 0x80004002",
-      "Failed to convert XMLDOMNode to XMLDOMElement."}},
-    {"no Recursive, which is read first",
-     L"<FilesList><i/></FilesList>",
-     {" Error code: 0x00000001", "Failed to get value of the attribute 'Recursive'."}},
-    {"no Mask, which is read before FullPath",
-     L"<FilesList><i Recursive='true' Path=''/></FilesList>",
-     {" Error code: 0x00000001", "Failed to get value of the attribute 'Mask'."}},
-    {"no RelativePath, which is read last",
-     L"<FilesList><i Recursive='true' Path='' Mask='' FullPath=''/></FilesList>",
-     {" Error code: 0x00000001", "Failed to get value of the attribute 'RelativePath'."}},
-};
-INSTANTIATE_TEST_SUITE_P(Xml, BadItemsList, ::testing::ValuesIn(bad_lists));
 
 }  // namespace
