@@ -5,7 +5,7 @@
 // The code is taken here because GetExceptionCode() in the handler gives 0 with this compiler.
 static int take_status(const EXCEPTION_POINTERS* exception, unsigned long* status) {
     const EXCEPTION_RECORD* record = exception->ExceptionRecord;
-    if (record->NumberParameters != 0 || record->ExceptionCode == STATUS_STACK_OVERFLOW)
+    if (record->NumberParameters != 0)
         return EXCEPTION_CONTINUE_SEARCH;
     *status = record->ExceptionCode;
     return EXCEPTION_EXECUTE_HANDLER;

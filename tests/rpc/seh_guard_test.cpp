@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "rpc/remote_call.h"
+#include "tests/foundation/thrown.h"
 #include "tests/wire/live_blocks.h"
 
 extern "C" unsigned long seh_probe(void (*step)(void*), void* frame);
@@ -24,7 +25,7 @@ void raise(void* place) {
 TEST(SehGuard, TakesAStatusOfAnyNumber) {
     EXPECT_EQ(korva_seh_guard([](void*) {}, nullptr), 0u);
     EXPECT_EQ(korva_seh_guard([](void*) { ::RpcRaiseException(RPC_X_NULL_REF_POINTER); }, nullptr), 1780u);
-    for (const DWORD status : {6ul, 1722ul, 1726ul, 0x1c00001aul, 0xC0000005ul, 0x20474343ul}) {
+    for (const DWORD status : {6ul, 1722ul, 1726ul, 0x1c00001aul, 0xC0000005ul, 0xC00000FDul, 0x20474343ul}) {
         raised_t raised{status, {}};
         EXPECT_EQ(korva_seh_guard(raise, &raised), status);
     }
@@ -34,7 +35,7 @@ TEST(SehGuard, PassesOnWhatIsNoStatus) {
     static const auto guarded = [](void* raised) { korva_seh_guard(raise, raised); };
     raised_t access_violation{STATUS_ACCESS_VIOLATION, {0, 16}};
     EXPECT_EQ(seh_probe(guarded, &access_violation), STATUS_ACCESS_VIOLATION);
-    raised_t stack_overflow{STATUS_STACK_OVERFLOW, {}};
+    raised_t stack_overflow{STATUS_STACK_OVERFLOW, {1, 16}};
     EXPECT_EQ(seh_probe(guarded, &stack_overflow), STATUS_STACK_OVERFLOW);
     EXPECT_THROW(korva_seh_guard([](void*) { throw std::runtime_error("C++"); }, nullptr), std::runtime_error);
 }
@@ -53,12 +54,10 @@ TEST(RemoteCall, ARaisedStatusArrivesAsItsErrorAndLeavesNoOutput) {
     std::uint32_t number = 0;
     win::rpc::CRpcScopedBuf<wchar_t> text;
     for (const ULONG status : {1727ul, 0xC0000005ul}) {
-        try {
+        const auto call = [&] {
             win::rpc::remote_call(breaks_off, nullptr, status, win::rpc::out(number), win::rpc::out(text));
-            FAIL();
-        } catch (const exc::rpc_exc_t& error) {
-            EXPECT_EQ(error.code(), status);
-        }
+        };
+        EXPECT_EQ(thrown(call), exc::rpc_exc_t(status).lines());
     }
     EXPECT_EQ(number, 0u);
     EXPECT_EQ(text.get(), nullptr);
