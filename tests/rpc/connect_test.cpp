@@ -3,10 +3,10 @@
 #include <atomic>
 #include <thread>
 
-#include "foundation/errors.h"
 #include "foundation/system_text.h"
 #include "logging/memory_receiver.h"
 #include "rpc/commands/hv_tracking.h"
+#include "tests/foundation/thrown.h"
 #include "tests/rpc/played_platform.h"
 
 namespace {
@@ -64,34 +64,25 @@ TEST_F(Connect, ServiceNamesAreTheServices) {
 }
 
 TEST_F(Connect, AFailureSaysItsStepAndLeavesNoBinding) {
-    struct row_t {
-        const char* function;
-        const char* message;
-    };
-    const row_t rows[] = {
+    const std::string no_name =
+        "Failed to construct a service principal name (SPN) that identifies a service instance. Computer FQDN: [new].";
+    const std::pair<std::string, std::string> rows[] = {
         {"compose", "Connect failed (RpcStringBindingCompose)"},
         {"bind", "Connect failed (RpcBindingFromStringBinding)"},
-        {"spn length",
-         "Failed to construct a service principal name (SPN) that identifies a service instance. Computer FQDN: [new]."},
-        {"spn", "Failed to construct a service principal name (SPN) that identifies a service instance. Computer FQDN: [new]."},
+        {"spn length", no_name},
+        {"spn", no_name},
         {"authenticate", "Connect failed (RpcBindingSetAuthInfoExW)"},
         {"resolve", "Connect failed (RpcEpResolveBinding)"},
     };
-    for (const row_t& row : rows) {
+    for (const auto& [function, message] : rows) {
         client_->SetEndpoint(L"old", 1);
         client_->Connect(false);
         client_->SetEndpoint(L"new", 1);
-        platform_.failures = {{row.function, 1722}};
-        try {
-            client_->Connect(true);
-            FAIL() << row.function;
-        } catch (const exc::win_sys_exc_t& error) {
-            EXPECT_EQ(error.code(), 1722u);
-            EXPECT_EQ(error.what(), exc::system_error_text(1722) + "\n" + row.message);
-        }
+        platform_.failures = {{function, 1722}};
+        EXPECT_THAT(thrown([this] { client_->Connect(true); }), ElementsAre(exc::system_error_text(1722), message));
         platform_.failures.clear();
-        EXPECT_EQ(platform_.strings_alive, 0) << row.function;
-        EXPECT_EQ(platform_.bindings_alive, 0) << row.function << ": also not the older one, which leads to another host";
+        EXPECT_EQ(platform_.strings_alive, 0) << function;
+        EXPECT_EQ(platform_.bindings_alive, 0) << function << ": also not the older one, which leads to another host";
     }
 }
 
@@ -116,26 +107,20 @@ TEST_F(Connect, TheTimeoutOfABoundClientChangesAtOnce) {
 
 TEST_F(Connect, AHostThatTheCodePageCannotHoldFailsClearly) {
     client_->SetEndpoint(L"\u4e16", 1);
-    try {
-        client_->Connect(false);
-        FAIL();
-    } catch (const exc::win_sys_exc_t& error) {
-        EXPECT_EQ(error.code(), 1113u);
-    }
+    EXPECT_EQ(thrown_code([this] { client_->Connect(false); }), 1113u);
 }
 
 // Real bindings to a port where nothing listens: every attempt fails, and every thread replaces the binding of all.
 TEST(ClosedPort, ThreadsThatReconnectAtOnceLeaveEveryCallItsBinding) {
-    const std::string wrapper = "RPC function call failed. Function name: [HvCtpInit]. Target machine: [127.0.0.1].\n";
-    std::atomic<int> made = 0, freed = 0, wrapped = 0;
+    std::atomic<int> bindings_alive = 0, failed = 0;
     {
         auto functions = win::rpc::rpc_functions_t::real();
         functions.binding_from_string_binding = [&](RPC_CSTR text, RPC_BINDING_HANDLE* handle) {
-            ++made;
+            ++bindings_alive;
             return ::RpcBindingFromStringBindingA(text, handle);
         };
         functions.binding_free = [&](RPC_BINDING_HANDLE* handle) {
-            ++freed;
+            --bindings_alive;
             return ::RpcBindingFree(handle);
         };
         const auto client = win::rpc::make_integration_client(functions);
@@ -146,21 +131,18 @@ TEST(ClosedPort, ThreadsThatReconnectAtOnceLeaveEveryCallItsBinding) {
         const auto calls = [&] {
             for (int i = 0; i < 5; ++i) {
                 win::rpc::CHvCtpInitMethod command;
-                try {
-                    client->Call(command);
-                } catch (const exc::runtime_exc_t& error) {
-                    // The other text where another thread was about to replace the binding.
-                    for (const std::uint32_t status : {RPC_S_SERVER_UNAVAILABLE, ERROR_INVALID_HANDLE})
-                        wrapped += error.what() == wrapper + exc::system_error_text(status);
-                }
+                const auto lines = thrown([&] { client->Call(command); });
+                // The other text where another thread was about to replace the binding.
+                failed += lines.back() == exc::system_error_text(RPC_S_SERVER_UNAVAILABLE) ||
+                          lines.back() == exc::system_error_text(ERROR_INVALID_HANDLE);
             }
         };
         std::vector<std::jthread> threads;
         for (int i = 0; i < 8; ++i)
             threads.emplace_back(calls);
     }
-    EXPECT_EQ(wrapped, 40);
-    EXPECT_EQ(made, freed);
+    EXPECT_EQ(failed, 40);
+    EXPECT_EQ(bindings_alive, 0);
 }
 
 }  // namespace

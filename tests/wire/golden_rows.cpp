@@ -1,10 +1,14 @@
 #include "tests/wire/golden_rows.h"
 
-#include <gtest/gtest.h>
+#include <algorithm>
+#include <map>
+#include <sstream>
+#include <stdexcept>
+#include <tuple>
 
-#include <string>
-
+#include "foundation/convert.h"
 #include "foundation/errors.h"
+#include "foundation/format.h"
 #include "rpc/commands/deployment.h"
 #include "rpc/commands/hv_cluster.h"
 #include "rpc/commands/hv_restore.h"
@@ -18,362 +22,249 @@ namespace {
 
 using namespace win::rpc;
 using client_t = CRpcClientBase;
+using text_t = std::wstring;
+using number_t = std::uint32_t;
 
-const GUID guid1 = {0x11223344, 0x5566, 0x7788, {0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF, 0x00}};
-const GUID guid2 = {0xA1A2A3A4, 0xB1B2, 0xC1C2, {1, 2, 3, 4, 5, 6, 7, 8}};
-const std::string g1 = " 44332211 6655 8877 99aabbcc ddeeff00 ";
-const std::string g2 = " a4a3a2a1 b2b1 c2c1 01020304 05060708 ";
-const std::string done = " 01 ...... 00000000 ";  // ok = 1, three bytes to the alignment of the pointer, no message
-const std::string refused = " 00 ...... PTR S'нет'";
-const std::string file = " 00000000" + g1;  // a context handle: attributes, then what the service chose
+const char golden_text[] =
+#include "tests/wire/golden_rows.txt"
+    ;
 
-void expect_guid(const GUID& actual, const GUID& expected) { EXPECT_TRUE(IsEqualGUID(actual, expected)); }
+// What one command is made from, as the row writes it.
+class inputs_t {
+public:
+    inputs_t(client_t& client, const std::string& tokens) : client_(client), tokens_(tokens) {}
 
-// Runs a command without outputs.
-template <class Command, class... Inputs>
-std::function<void(client_t&)> call(Inputs... inputs) {
-    return [=](client_t& client) {
-        Command command(inputs...);
-        client.Call(command);
-    };
-}
-
-// Runs a command and compares one output with what is expected.
-template <class Command, class Output, class Expected, class... Inputs>
-std::function<void(client_t&)> expect(Output output, Expected expected, Inputs... inputs) {
-    return [=](client_t& client) {
-        Command command(inputs...);
-        client.Call(command);
-        if constexpr (std::is_same_v<Expected, GUID>)
-            expect_guid(std::invoke(output, command), expected);
-        else
-            EXPECT_EQ(std::invoke(output, command), expected);
-    };
-}
-
-// The text of the error that a step ends with.
-template <class Step>
-std::string failure_of(Step step) {
-    try {
-        step();
-    } catch (const exc::runtime_exc_t& error) {
-        return error.what();
+    template <class T>
+    T take() {
+        if constexpr (std::is_same_v<T, change_index_t>) {
+            return {take<GUID>(), take<std::uint16_t>()};
+        } else if constexpr (std::is_same_v<T, file_cache_t>) {
+            return {take<std::uint64_t>(), take<std::uint64_t>()};
+        } else if constexpr (std::is_same_v<T, std::vector<volume_request_t>>) {
+            T volumes;
+            while (!(tokens_ >> std::ws).eof())
+                volumes.push_back({take<text_t>(), take<GUID>()});
+            return volumes;
+        } else {
+            std::string token;
+            tokens_ >> token;
+            if constexpr (std::is_same_v<T, bool>)
+                return token == "true";
+            else if constexpr (std::is_integral_v<T>)
+                return static_cast<T>(std::stoull(token, nullptr, 0));
+            else if constexpr (std::is_same_v<T, text_t>)
+                return text::widen(token.substr(1, token.size() - 2));
+            else if constexpr (std::is_same_v<T, bytes>)
+                return parse(token);
+            else if constexpr (std::is_same_v<T, unique_remote_file>)
+                return new_file();
+            else
+                return guid_of(token);
+        }
     }
-    return "(no failure)";
+
+private:
+    static GUID guid_of(std::string text) {
+        GUID id;
+        if (::UuidFromStringA(reinterpret_cast<RPC_CSTR>(text.data()), &id) != RPC_S_OK)
+            throw std::invalid_argument(text);
+        return id;
+    }
+    unique_remote_file new_file() {
+        CFcCreateFileMethod create(L"ab", 0x40000000, 0, 2, 0);
+        client_.Call(create);
+        return create.take_file();
+    }
+
+    client_t& client_;
+    std::istringstream tokens_;
+};
+
+// Outputs as the rows write them.
+template <class T>
+std::string show(const T& value) {
+    return text::format("%1", value);
+}
+std::string show(const text_t& value) { return text::format("'%1'", value); }
+std::string show(std::span<const unsigned char> value) { return hex(value); }
+std::string show(const unique_remote_file& value) { return value ? "file" : "none"; }
+std::string show(const dll_version_t& v) { return text::hex8(v.high) + ' ' + text::hex8(v.low); }
+std::string show(const async_status_t& s) { return text::format("%1 %2 '%3'", s.completed, s.succeeded, s.error); }
+std::string show(const snapshot_info_t& i) {
+    return text::format("'%1' '%2' '%3'", i.backup_document, i.writer_document, i.transportable_info);
+}
+std::string show(const driver_version_t& v) { return text::format("%1 %2", v.compatible, v.current); }
+std::string show(const change_index_t& i) { return text::format("%1 %2", i.generation_id, i.current_index); }
+std::string show(const add_file_result_t& r) { return text::format("%1 %2", r.file_id, show(r.index)); }
+std::string show(const file_standard_info_t& i) {
+    return text::format("%1 %2 %3 '%4'", show(i.index), i.block_size, i.options, i.name);
+}
+std::string show(const file_cache_t& c) { return text::format("%1 %2", c.max_flat_size, c.max_indirect_size); }
+std::string show(const cluster_volume_t& v) { return text::format("'%1' %2", v.mount_point, v.is_csv); }
+std::string show(const vss_provider_t& p) {
+    return text::format("%1 '%2' %3 '%4' %5", p.id, p.name, p.type, p.version, p.version_id);
+}
+template <class T>
+std::string show(const std::vector<T>& list) {
+    std::string result;
+    for (const T& entry : list)
+        result += (result.empty() ? "" : " ") + show(entry) + " ;";
+    return result;
 }
 
-// Runs a command that the service refuses with its text; its outputs, which travel all the same, are not to be seen.
-void expect_refused(client_t& client, IRpcMethod& command) {
-    EXPECT_EQ(failure_of([&] { client.Call(command); }), "\u043d\u0435\u0442");
+// The result of a step, or the text of the error that it ends with.
+template <class Step>
+std::string outcome_of(Step step) {
+    try {
+        return step();
+    } catch (const exc::exc_base_t& error) {
+        return text::format("error '%1'", error.what());
+    }
 }
 
-// Runs a command whose reply the accessor finds to be wrong.
-template <class Command, class Output, class... Inputs>
-std::function<void(client_t&)> bad_reply(Output output, std::string what, Inputs... inputs) {
-    return [=](client_t& client) {
-        Command command(inputs...);
-        client.Call(command);
-        EXPECT_EQ(failure_of([&] { std::invoke(output, command); }),
-                  "The reply to remote function [" + std::string(command.GetName()) + "] is not valid: " + what);
+// Makes a command from inputs of these types, calls, and shows what the accessors give.
+template <class Command, class... Inputs>
+procedure_t call(auto... outputs) {
+    return [=](client_t& client, const std::string& tokens) {
+        inputs_t in(client, tokens);
+        std::tuple<Inputs...> inputs{in.take<Inputs>()...};
+        Command command = std::make_from_tuple<Command>(std::move(inputs));
+        std::string shown(command.GetName());
+        const auto add = [&shown](const std::string& output) { shown += (output.empty() ? "" : " ") + output; };
+        add(command.CanRetry() ? "" : "once");
+        add(outcome_of([&] {
+            client.Call(command);
+            return std::string();
+        }));
+        (add(outcome_of([&] { return show(std::invoke(outputs, command)); })), ...);
+        return shown;
     };
 }
 
-constexpr unsigned char block[] = {0xAA, 0xBB, 0xCC};
+// The procedures of each service by their operation numbers.
+const procedure_t deployment[] = {
+    call<CGetSvcVersionMethod, bool>(&CGetSvcVersionMethod::version),
+    call<CSureUploadFolderExistsMethod>(&CSureUploadFolderExistsMethod::folder),
+    call<CFcCreateFileMethod, text_t, number_t, number_t, number_t, number_t>(&CFcCreateFileMethod::take_file),
+    call<CFcWriteFileMethod, unique_remote_file, bytes>(&CFcWriteFileMethod::written),
+    call<CFcCloseFileMethod, unique_remote_file>(),
+    call<CGetSvcDllVersionMethod>(&CGetSvcDllVersionMethod::version),
+    call<CUpgradeSvcDllMethod, text_t>(),
+};
 
-void check_standard_info(client_t& client, bool flush) {
-    CHvCtpGetFileStandardInfoOrFlushChangesMethod command(42, flush);
-    client.Call(command);
-    const file_standard_info_t info = command.info();
-    expect_guid(info.index.generation_id, guid2);
-    EXPECT_EQ(info.index.current_index, 5);
-    EXPECT_EQ(info.block_size, 4096u);
-    EXPECT_EQ(info.options, 3u);
-    EXPECT_EQ(info.name, L"f.ctp");
+const procedure_t integration[] = {
+    call<CHvTestConnectionMethod>(),
+    call<CHvGetAsyncOpStatusMethod, GUID>(&CHvGetAsyncOpStatusMethod::status),
+    call<CHvGetSnapshotInfoMethod, GUID>(&CHvGetSnapshotInfoMethod::info),
+    call<CHvGetVMFilesListMethod, GUID, text_t>(&CHvGetVMFilesListMethod::files_xml),
+    call<CHvSetVmBackupStatusMethod, GUID, text_t, bool>(),
+    call<CHvBeginSnapshotCreationMethod, text_t>(&CHvBeginSnapshotCreationMethod::operation),
+    call<CHvGetSnapshotIDByOperationIDMethod, GUID>(&CHvGetSnapshotIDByOperationIDMethod::snapshot),
+    call<CHvCloseSnapshotMethod, GUID>(),
+    call<CHvBeginSnapshotImportMethod, text_t, text_t>(&CHvBeginSnapshotImportMethod::operation),
+    call<CHvConvertOffhostPathsMethod, GUID, text_t>(&CHvConvertOffhostPathsMethod::files_xml),
+    call<CHvReleaseOperationIDMethod, GUID>(),
+    call<CHvCreateRestoreSessionMethod>(&CHvCreateRestoreSessionMethod::session),
+    call<CHvImportConfig, GUID, text_t, text_t>(),
+    call<CHvPreRestoreMethod, GUID, text_t, text_t, text_t>(),
+    call<CHvPreRestoreExMethod, GUID, text_t>(),
+    call<CHvGetRestorePathsMethod, GUID>(&CHvGetRestorePathsMethod::paths_xml),
+    call<CHvSetRestoreStatusMethod, GUID, bool>(),
+    call<CHvPostRestoreMethod, GUID>(),
+    call<CHvCloseRestoreSessionMethod, GUID>(),
+    call<CHvCtpInitMethod>(),
+    call<CHvCtpDoneMethod>(),
+    call<CHvCtpGetDriverVersionMethod>(&CHvCtpGetDriverVersionMethod::version),
+    call<CHvCtpGetCTStorePathMethod>(&CHvCtpGetCTStorePathMethod::path),
+    call<CHvCtpSetCTStorePathMethod, text_t>(),
+    call<CHvCtpAddFileMethod, text_t, number_t, number_t>(&CHvCtpAddFileMethod::added),
+    call<CHvCtpGetFileIDMethod, text_t>(&CHvCtpGetFileIDMethod::file_id),
+    call<CHvCtpRemoveFileMethod, number_t, number_t>(),
+    call<CHvCtpGetFileNameMethod, number_t>(&CHvCtpGetFileNameMethod::name),
+    call<CHvCtpGetFileIndexMethod, number_t>(&CHvCtpGetFileIndexMethod::index),
+    call<CHvCtpSetFileIndexMethod, number_t, change_index_t>(),
+    call<CHvCtpGetFileStandardInfoOrFlushChangesMethod, number_t, bool>(&CHvCtpGetFileStandardInfoOrFlushChangesMethod::info),
+    call<CHvCtpGetFileStandardInfoOrFlushChangesMethod, number_t, bool>(&CHvCtpGetFileStandardInfoOrFlushChangesMethod::info),
+    call<CHvCtpGetFileCacheMethod, number_t>(&CHvCtpGetFileCacheMethod::cache),
+    call<CHvCtpSetFileCacheMethod, number_t, file_cache_t>(),
+    call<CHvClsEnumClusterVolumesMethod>(&CHvClsEnumClusterVolumesMethod::volumes),
+    call<CHvClsGetResourceIdByNameMethod, text_t>(&CHvClsGetResourceIdByNameMethod::id),
+    call<CHvClsRefreshVmConfigMethod, text_t>(),
+    call<CHvVssEnumProvidersMethod>(&CHvVssEnumProvidersMethod::providers),
+    call<CHvVssIsVolumesSupportedMethod, std::vector<volume_request_t>>(&CHvVssIsVolumesSupportedMethod::answer_xml),
+    call<CHvVssCollectWriterDocMethod>(&CHvVssCollectWriterDocMethod::document),
+    call<CHvBeginSnapshotCreationExMethod, text_t, text_t, text_t>(&CHvBeginSnapshotCreationExMethod::operation),
+    call<CHvBeginSnapshotImportExMethod, text_t, text_t, text_t, text_t>(&CHvBeginSnapshotImportExMethod::operation),
+};
+
+const procedure_t invoker[] = {
+    call<CDoRpcMethod, text_t, text_t>(&CDoRpcMethod::output_xml),
+    call<CDoRpcWithBinaryMethod, text_t, text_t, bytes>(&CDoRpcWithBinaryMethod::output_xml,
+                                                        &CDoRpcWithBinaryMethod::output_data),
+    call<CInvokerTestConnectionMethod, text_t>(),
+};
+
+std::map<std::string, std::string> names;  // what the file defines by "let"
+
+std::string with_names(const std::string& cell) {
+    std::string result;
+    std::istringstream tokens(cell);
+    for (std::string token; tokens >> token;)
+        result += (result.empty() ? "" : " ") + (names.contains(token) ? names.at(token) : token);
+    return result;
 }
 
-const std::string standard_info = "PTR" + g2 + "0500 .... 00100000 03000000 PTR S'f.ctp'" + done;
-
-unique_remote_file create_remote_file(client_t& client) {
-    CFcCreateFileMethod create(L"ab", 0x40000000, 0, 2, 0);
-    client.Call(create);
-    return create.take_file();
+std::vector<table_t> read_tables() {
+    const table_t services[] = {
+        {"deployment", service_t::deployment, make_deployment_client, deployment, {}},
+        {"integration", service_t::hv_integration, make_integration_client, integration, {}},
+        {"invoker", service_t::invoker, make_invoker_client, invoker, {}},
+    };
+    std::vector<table_t> tables;
+    std::istringstream file(golden_text);
+    for (std::string line; std::getline(file, line);) {
+        if (line.empty() || line.starts_with('#'))
+            continue;
+        std::string cells[5];
+        std::istringstream parts(line);
+        for (std::string& cell : cells)
+            std::getline(parts, cell, '|');
+        const auto& [head, inputs, request, reply, outputs] = cells;
+        std::string name, number;
+        std::istringstream(head) >> name >> number;
+        if (name == "let") {
+            names[number] = with_names(inputs);
+        } else if (name == "service") {
+            tables.push_back(*std::ranges::find(services, number, &table_t::name));
+        } else {
+            table_t& table = tables.back();
+            const auto operation = static_cast<std::uint16_t>(std::stoul(number));
+            table.rows.push_back({line, operation, with_names(request), with_names(reply), with_names(name + ' ' + outputs),
+                                  [&procedure = table.procedures[operation], tokens = with_names(inputs)](client_t& client) {
+                                      return procedure(client, tokens);
+                                  }});
+        }
+    }
+    return tables;
 }
-
-const row_t deployment_rows[] = {
-    {"GetSvcVersion", 0, "", "fdffffff" + done, expect<CGetSvcVersionMethod>(&CGetSvcVersionMethod::version, -3, true)},
-    {"SureUploadFolderExists", 1, "", "PTR S'C:\\u' ...." + done,
-     expect<CSureUploadFolderExistsMethod>(&CSureUploadFolderExistsMethod::folder, std::wstring(L"C:\\u"))},
-    {"SureUploadFolderExists, null", 1, "", "00000000" + done,
-     expect<CSureUploadFolderExistsMethod>(&CSureUploadFolderExistsMethod::folder, std::wstring())},
-    {"FcCreateFile", 2, "S'ab' .... 00000040 01000000 02000000 80000000", file + done,
-     [](client_t& client) {
-         CFcCreateFileMethod create(L"ab", 0x40000000, 1, 2, 0x80);
-         client.Call(create);
-         EXPECT_TRUE(create.take_file());
-     }},
-    {"FcCreateFile, refused with a handle", 2, "S'ab' .... 00000040 01000000 02000000 80000000", file + refused,
-     [](client_t& client) {
-         CFcCreateFileMethod create(L"ab", 0x40000000, 1, 2, 0x80);
-         expect_refused(client, create);
-         EXPECT_FALSE(create.take_file());
-     }},
-    {"FcWriteFile", 3, file + "03000000 03000000 aabbcc", "02000000" + done,
-     [](client_t& client) {
-         const unique_remote_file remote = create_remote_file(client);
-         CFcWriteFileMethod write(remote, block);
-         client.Call(write);
-         EXPECT_EQ(write.written(), 2u);
-     }},
-    {"FcWriteFile, nothing", 3, file + "00000000 00000000", "00000000" + done,
-     [](client_t& client) {
-         const unique_remote_file remote = create_remote_file(client);
-         CFcWriteFileMethod write(remote, {});
-         client.Call(write);
-     }},
-    {"FcCloseFile", 4, file, "00000000 00000000 0000 0000 00000000 00000000" + done,
-     [](client_t& client) {
-         CFcCloseFileMethod close(create_remote_file(client));
-         client.Call(close);
-     }},
-    {"GetSvcDllVersion", 5, "", "00000700 02000100" + done,
-     [](client_t& client) {
-         CGetSvcDllVersionMethod command;
-         client.Call(command);
-         EXPECT_EQ(command.version().high, 0x00070000u);
-         EXPECT_EQ(command.version().low, 0x00010002u);
-     }},
-    {"UpgradeSvcDll", 6, "S'C:\\x.dll'", done, call<CUpgradeSvcDllMethod>(L"C:\\x.dll")},
-    {"UpgradeSvcDll, empty", 6, "S''", done, call<CUpgradeSvcDllMethod>(L"")},
-};
-
-const row_t snapshot_rows[] = {
-    {"HvTestConnection", 0, "", done, call<CHvTestConnectionMethod>()},
-    {"HvGetAsyncOpStatus", 1, g1, "PTR 01 00 .... PTR S'нет'" + done,
-     [](client_t& client) {
-         CHvGetAsyncOpStatusMethod command(guid1);
-         client.Call(command);
-         EXPECT_TRUE(command.status().completed);
-         EXPECT_FALSE(command.status().succeeded);
-         EXPECT_EQ(command.status().error, L"\u043d\u0435\u0442");
-     }},
-    {"HvGetAsyncOpStatus, no text", 1, g1, "PTR 00 ff .... 00000000" + done,
-     [](client_t& client) {
-         CHvGetAsyncOpStatusMethod command(guid1);
-         client.Call(command);
-         EXPECT_FALSE(command.status().completed);
-         EXPECT_TRUE(command.status().succeeded);
-         EXPECT_EQ(command.status().error, L"");
-     }},
-    {"HvGetAsyncOpStatus, no record", 1, g1, "00000000" + done,
-     bad_reply<CHvGetAsyncOpStatusMethod>(&CHvGetAsyncOpStatusMethod::status, "its record is missing.", guid1)},
-    {"HvGetSnapshotInfo", 2, g1, "PTR PTR 00000000 PTR S'<b/>' .... S'ids'" + done,
-     [](client_t& client) {
-         CHvGetSnapshotInfoMethod command(guid1);
-         client.Call(command);
-         EXPECT_EQ(command.info().backup_document, L"<b/>");
-         EXPECT_EQ(command.info().writer_document, L"");
-         EXPECT_EQ(command.info().transportable_info, L"ids");
-     }},
-    {"HvGetSnapshotInfo, refused with a record", 2, g1, "PTR PTR 00000000 PTR S'<b/>' .... S'ids'" + refused,
-     [](client_t& client) {
-         CHvGetSnapshotInfoMethod command(guid1);
-         expect_refused(client, command);
-         EXPECT_THROW(command.info(), exc::runtime_exc_t);
-     }},
-    {"HvGetVMFilesList", 3, g1 + "S'vm'", "PTR S'<F/>' ...." + done,
-     expect<CHvGetVMFilesListMethod>(&CHvGetVMFilesListMethod::files_xml, std::wstring(L"<F/>"), guid1, L"vm")},
-    {"HvSetVmBackupStatus, good", 4, g1 + "S'vm' .... 01000000", done, call<CHvSetVmBackupStatusMethod>(guid1, L"vm", true)},
-    {"HvSetVmBackupStatus, bad", 4, g1 + "S'vm1' 00000000", done, call<CHvSetVmBackupStatusMethod>(guid1, L"vm1", false)},
-    {"HvBeginSnapshotCreation", 5, "S'<s/>'", g2 + done,
-     expect<CHvBeginSnapshotCreationMethod>(&CHvBeginSnapshotCreationMethod::operation, guid2, L"<s/>")},
-    {"HvBeginSnapshotCreation, refused without a text", 5, "S'<s/>'", g2 + "00 ...... 00000000",
-     [](client_t& client) {
-         CHvBeginSnapshotCreationMethod command(L"<s/>");
-         EXPECT_EQ(failure_of([&] { client.Call(command); }), "");
-         expect_guid(command.operation(), GUID{});
-     }},
-    {"HvGetSnapshotIDByOperationID", 6, g1, g2 + done,
-     expect<CHvGetSnapshotIDByOperationIDMethod>(&CHvGetSnapshotIDByOperationIDMethod::snapshot, guid2, guid1)},
-    {"HvCloseSnapshot", 7, g1, done, call<CHvCloseSnapshotMethod>(guid1)},
-    {"HvBeginSnapshotImport", 8, "PTR PTR S'do' .... S'ids'", g2 + done,
-     expect<CHvBeginSnapshotImportMethod>(&CHvBeginSnapshotImportMethod::operation, guid2, L"do", L"ids")},
-    {"HvConvertOffhostPaths", 9, g1 + "S'<p/>'", "PTR S'<FilesList/>' ...." + done,
-     expect<CHvConvertOffhostPathsMethod>(&CHvConvertOffhostPathsMethod::files_xml, std::wstring(L"<FilesList/>"), guid1,
-                                          L"<p/>")},
-    {"HvReleaseOperationID", 10, g1, done, call<CHvReleaseOperationIDMethod>(guid1)},
-    {"HvBeginSnapshotCreation, extended", 40, "S'<s/>' .... S'job' S'磁💾'", g2 + done,
-     expect<CHvBeginSnapshotCreationExMethod>(&CHvBeginSnapshotCreationExMethod::operation, guid2, L"<s/>", L"job",
-                                              L"\u78c1\U0001F4BE")},
-    {"HvBeginSnapshotImport, extended", 41, "PTR PTR S'do' .... S'ids' S'job' S''", g2 + done,
-     expect<CHvBeginSnapshotImportExMethod>(&CHvBeginSnapshotImportExMethod::operation, guid2, L"do", L"ids", L"job", L"")},
-};
-
-const row_t restore_rows[] = {
-    {"CreateRestoreSession", 11, "", g2 + done,
-     expect<CHvCreateRestoreSessionMethod>(&CHvCreateRestoreSessionMethod::session, guid2)},
-    {"HvImportConfig", 12, g1 + "S'bc' .... S'w'", done, call<CHvImportConfig>(guid1, L"bc", L"w")},
-    {"HvPreRestore", 13, g1 + "S'vm' .... S'<f/>' .... S''", done, call<CHvPreRestoreMethod>(guid1, L"vm", L"<f/>", L"")},
-    {"HvPreRestoreEx", 14, g1 + "S'<r/>'", done, call<CHvPreRestoreExMethod>(guid1, L"<r/>")},
-    {"HvGetRestorePaths", 15, g1, "PTR S'<p/>' ...." + done,
-     expect<CHvGetRestorePathsMethod>(&CHvGetRestorePathsMethod::paths_xml, std::wstring(L"<p/>"), guid1)},
-    {"HvSetRestoreStatus, good", 16, g1 + "01000000", done, call<CHvSetRestoreStatusMethod>(guid1, true)},
-    {"HvSetRestoreStatus, bad", 16, g1 + "00000000", done, call<CHvSetRestoreStatusMethod>(guid1, false)},
-    {"HvPostRestore", 17, g1, done, call<CHvPostRestoreMethod>(guid1)},
-    {"HvCloseRestoreSession", 18, g1, done, call<CHvCloseRestoreSessionMethod>(guid1)},
-};
-
-const row_t tracking_rows[] = {
-    {"HvCtpInit", 19, "", done, call<CHvCtpInitMethod>()},
-    {"HvCtpDone", 20, "", done, call<CHvCtpDoneMethod>()},
-    {"HvCtpGetDriverVersion", 21, "", "0100 0203" + done,
-     [](client_t& client) {
-         CHvCtpGetDriverVersionMethod command;
-         client.Call(command);
-         EXPECT_EQ(command.version().compatible, 1);
-         EXPECT_EQ(command.version().current, 0x0302);
-     }},
-    {"HvCtpGetCTStorePath", 22, "", "PTR S'C:\\ct'" + done,
-     expect<CHvCtpGetCTStorePathMethod>(&CHvCtpGetCTStorePathMethod::path, std::wstring(L"C:\\ct"))},
-    {"HvCtpSetCTStorePath", 23, "S'D:\\Диск'", done, call<CHvCtpSetCTStorePathMethod>(L"D:\\\u0414\u0438\u0441\u043a")},
-    {"HvCtpAddFile", 24, "PTR 00000100 01020000 S'a.vhd'", "PTR 2a000000" + g2 + "0500 ...." + done,
-     [](client_t& client) {
-         CHvCtpAddFileMethod command(L"a.vhd", 0x10000, 0x201);
-         client.Call(command);
-         EXPECT_EQ(command.added().file_id, 42u);
-         expect_guid(command.added().index.generation_id, guid2);
-         EXPECT_EQ(command.added().index.current_index, 5);
-     }},
-    {"HvCtpGetFileID", 25, "S'a.vhd'", "2a000000" + done,
-     expect<CHvCtpGetFileIDMethod>(&CHvCtpGetFileIDMethod::file_id, 42u, L"a.vhd")},
-    {"HvCtpRemoveFile", 26, "2a000000 01000000", done, call<CHvCtpRemoveFileMethod>(42, 1)},
-    {"HvCtpGetFileName", 27, "2a000000", "PTR S'a.vhd'" + done,
-     expect<CHvCtpGetFileNameMethod>(&CHvCtpGetFileNameMethod::name, std::wstring(L"a.vhd"), 42)},
-    {"HvCtpGetFileIndex", 28, "2a000000", "PTR" + g2 + "0500 ...." + done,
-     [](client_t& client) {
-         CHvCtpGetFileIndexMethod command(42);
-         client.Call(command);
-         expect_guid(command.index().generation_id, guid2);
-         EXPECT_EQ(command.index().current_index, 5);
-     }},
-    {"HvCtpSetFileIndex", 29, "2a000000" + g1 + "0807", done,
-     call<CHvCtpSetFileIndexMethod>(42, change_index_t{guid1, 0x0708})},
-    {"HvCtpGetFileStandardInfo", 30, "2a000000", standard_info, [](client_t& client) { check_standard_info(client, false); }},
-    {"HvCtpFlushFileChanges", 31, "2a000000", standard_info, [](client_t& client) { check_standard_info(client, true); }},
-    {"HvCtpGetFileCache", 32, "2a000000", "PTR ........ 0000010000000000 0000020000000080" + done,
-     [](client_t& client) {
-         CHvCtpGetFileCacheMethod command(42);
-         client.Call(command);
-         EXPECT_EQ(command.cache().max_flat_size, 0x10000u);
-         EXPECT_EQ(command.cache().max_indirect_size, 0x8000000000020000u);
-     }},
-    {"HvCtpSetFileCache", 33, "2a000000 ........ 0100000000000000 0200000000000000", done,
-     call<CHvCtpSetFileCacheMethod>(42, file_cache_t{1, 2})},
-};
-
-const row_t cluster_and_vss_rows[] = {
-    {"HvClsEnumClusterVolumes", 34, "", "PTR 02000000 PTR 02000000 PTR 01 ...... 00000000 00 ...... S'C:\\a' ...." + done,
-     [](client_t& client) {
-         CHvClsEnumClusterVolumesMethod command;
-         client.Call(command);
-         const auto volumes = command.volumes();
-         ASSERT_EQ(volumes.size(), 2u);
-         EXPECT_EQ(volumes[0].mount_point, L"C:\\a");
-         EXPECT_TRUE(volumes[0].is_csv);
-         EXPECT_EQ(volumes[1].mount_point, L"");
-         EXPECT_FALSE(volumes[1].is_csv);
-     }},
-    {"HvClsEnumClusterVolumes, none", 34, "", "PTR 00000000 00000000" + done,
-     [](client_t& client) {
-         CHvClsEnumClusterVolumesMethod command;
-         client.Call(command);
-         EXPECT_TRUE(command.volumes().empty());
-     }},
-    {"HvClsEnumClusterVolumes, a count alone", 34, "", "PTR 02000000 00000000" + done,
-     bad_reply<CHvClsEnumClusterVolumesMethod>(&CHvClsEnumClusterVolumesMethod::volumes,
-                                               "it counts 2 entries but brings no list.")},
-    {"HvClsGetResourceIdByName", 35, "S'res'", "PTR S'id' ...." + done,
-     expect<CHvClsGetResourceIdByNameMethod>(&CHvClsGetResourceIdByNameMethod::id, std::wstring(L"id"), L"res")},
-    {"HvClsRefreshVmConfig", 36, "S'res'", done, call<CHvClsRefreshVmConfigMethod>(L"res")},
-    {"HvVssEnumProviders", 37, "",
-     "PTR 02000000 PTR 02000000" + g1 + "PTR 01000000 PTR" + g2 + g2 + "00000000 02000000 00000000" + g1 + "S'P1' .... S'1.0'" +
-         done,
-     [](client_t& client) {
-         CHvVssEnumProvidersMethod command;
-         client.Call(command);
-         const auto providers = command.providers();
-         ASSERT_EQ(providers.size(), 2u);
-         expect_guid(providers[0].id, guid1);
-         EXPECT_EQ(providers[0].name, L"P1");
-         EXPECT_EQ(providers[0].type, 1u);
-         EXPECT_EQ(providers[0].version, L"1.0");
-         expect_guid(providers[0].version_id, guid2);
-         EXPECT_EQ(providers[1].name, L"");
-         expect_guid(providers[1].version_id, guid1);
-     }},
-    {"HvVssEnumProviders, a count alone", 37, "", "PTR 01000000 00000000" + done,
-     bad_reply<CHvVssEnumProvidersMethod>(&CHvVssEnumProvidersMethod::providers, "it counts 1 entries but brings no list.")},
-    {"HvVssIsVolumesSupported", 38, "02000000 02000000 PTR" + g1 + "PTR" + g2 + "S'C:\\' S'D'", "PTR S'<a/>' ...." + done,
-     expect<CHvVssIsVolumesSupportedMethod>(&CHvVssIsVolumesSupportedMethod::answer_xml, std::wstring(L"<a/>"),
-                                            std::vector<volume_request_t>{{L"C:\\", guid1}, {L"D", guid2}})},
-    {"HvVssIsVolumesSupported, none", 38, "00000000 00000000", "PTR S'<a/>' ...." + done,
-     expect<CHvVssIsVolumesSupportedMethod>(&CHvVssIsVolumesSupportedMethod::answer_xml, std::wstring(L"<a/>"),
-                                            std::vector<volume_request_t>())},
-    {"HvVssCollectWriterDoc", 39, "", "PTR S'<w/>' ...." + done,
-     expect<CHvVssCollectWriterDocMethod>(&CHvVssCollectWriterDocMethod::document, std::wstring(L"<w/>"))},
-};
-
-const row_t invoker_rows[] = {
-    {"DoRpc", 0, "S'cmd' S'<i/>'", "PTR S'<o/>' ...." + done,
-     expect<CDoRpcMethod>(&CDoRpcMethod::output_xml, std::wstring(L"<o/>"), L"cmd", L"<i/>")},
-    {"DoRpcWithBinary", 1, "S'cmd' S'<i/>' .... 03000000 03000000 aabbcc",
-     "PTR S'<o/>' .... 02000000 PTR 02000000 ddee ...." + done,
-     [](client_t& client) {
-         CDoRpcWithBinaryMethod command(L"cmd", L"<i/>", block);
-         client.Call(command);
-         EXPECT_EQ(command.output_xml(), L"<o/>");
-         ASSERT_EQ(command.output_data().size(), 2u);
-         EXPECT_EQ(command.output_data()[1], 0xEE);
-     }},
-    {"DoRpcWithBinary, nothing", 1, "S'' .... S'' .... 00000000 00000000", "PTR S'' .... 00000000 PTR 00000000" + done,
-     [](client_t& client) {
-         CDoRpcWithBinaryMethod command(L"", L"", {});
-         client.Call(command);
-         EXPECT_EQ(command.output_xml(), L"");
-         EXPECT_TRUE(command.output_data().empty());
-     }},
-    {"DoRpcWithBinary, null for nothing", 1, "S'' .... S'' .... 00000000 00000000", "00000000 00000000 00000000" + done,
-     [](client_t& client) {
-         CDoRpcWithBinaryMethod command(L"", L"", {});
-         client.Call(command);
-         EXPECT_TRUE(command.output_data().empty());
-     }},
-    {"DoRpcWithBinary, refused with outputs", 1, "S'' .... S'' .... 00000000 00000000",
-     "PTR S'<o/>' .... 02000000 PTR 02000000 ddee ...." + refused,
-     [](client_t& client) {
-         CDoRpcWithBinaryMethod command(L"", L"", {});
-         expect_refused(client, command);
-         EXPECT_EQ(command.output_xml(), L"");
-         EXPECT_TRUE(command.output_data().empty());
-     }},
-    {"InvokerTestConnection", 2, "S'6.0'", done, call<CInvokerTestConnectionMethod>(L"6.0")},
-};
 
 }  // namespace
 
 std::span<const table_t> golden_tables() {
-    static const table_t tables[] = {
-        {"deployment", make_deployment_client, deployment_rows},
-        {"snapshots", make_integration_client, snapshot_rows},
-        {"restore", make_integration_client, restore_rows},
-        {"tracking", make_integration_client, tracking_rows},
-        {"cluster and VSS", make_integration_client, cluster_and_vss_rows},
-        {"invoker", make_invoker_client, invoker_rows},
-    };
+    static const std::vector<table_t> tables = read_tables();
     return tables;
 }
 
+std::shared_ptr<client_t> client_of(const table_t& table, std::uint32_t port) {
+    const auto client = table.make_client(rpc_functions_t::real());
+    client->retry_policy().wait = [](std::uint32_t) {};
+    client->SetEndpoint(L"127.0.0.1", port);
+    client->SetAccount(L"LAB", L"user", L"secret");
+    return client;
+}
+
 bytes golden_reply(const row_t& row, const request_t& request) {
-    return parse(request.operation == row.operation ? row.reply : file + done);
+    return parse(request.operation == row.operation ? row.reply : with_names("FILE DONE"));
 }
 
 }  // namespace wire

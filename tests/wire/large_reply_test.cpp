@@ -14,33 +14,21 @@ namespace {
 constexpr int count = 100'000;
 
 std::wstring path(int number) {
-    return LR"(\\?\GLOBALROOT\Device\HarddiskVolumeShadowCopy7\машина\диск )" + std::to_wstring(number);
-}
-
-// A null-terminated text behind its pointer, and the result.
-wire::bytes text_reply(const std::wstring& text) {
-    wire::bytes stub = wire::parse("PTR");
-    const auto units = static_cast<std::uint32_t>(text.size() + 1);
-    for (const std::uint32_t value : {units, 0u, units})
-        wire::put32(stub, value);
-    for (const wchar_t unit : text + L'\0')
-        wire::put16(stub, unit);
-    stub.resize((stub.size() + 3) / 4 * 4);
-    const wire::bytes done = wire::parse("01 ...... 00000000");
-    stub.insert(stub.end(), done.begin(), done.end());
-    return stub;
+    return LR"(\\?\GLOBALROOT\Device\HarddiskVolumeShadowCopy7\машина\диск)" + std::to_wstring(number);
 }
 
 class LargeReply : public com_thread {};
 
 TEST_F(LargeReply, AListOf100000FilesComesBackWhole) {
     constexpr std::uint16_t get_info = 2;
-    std::wstring list = L"<FilesList>";
+    std::wstring list = L"<FilesList>";  // a form's text holds no blank
     for (int i = 0; i < count; ++i)
-        list += L"<i Path='' Mask='' Recursive='' RelativePath='' FullPath='" + path(i) + L"'/>";
+        list += L"<i\tPath=''\tMask=''\tRecursive=''\tRelativePath=''\tFullPath='" + path(i) + L"'/>";
+    list += L"</FilesList>";
+    const std::string padding = list.size() % 2 == 0 ? " ...." : "";  // of the text with its terminator
     const wire::bytes info = wire::parse("PTR 00000000 00000000 00000000 01 ...... 00000000");
-    const wire::bytes files = text_reply(list + L"</FilesList>");
-    wire::peer peer({wire::behaviour_t{.reply = [&](const wire::request_t& request, std::uint32_t call_id) {
+    const wire::bytes files = wire::parse("PTR S'" + text::narrow(list) + "'" + padding + " 01 ...... 00000000");
+    wire::peer peer({{.reply = [&](const wire::request_t& request, std::uint32_t call_id) {
         return wire::response_pdus(call_id, request.operation == get_info ? info : files);
     }}});
     const auto client = win::rpc::make_integration_client();

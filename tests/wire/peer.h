@@ -19,48 +19,47 @@ struct request_t {
 };
 
 // What the peer does on one connection. The first connection takes the first entry of the script, and so on; the last entry
-// serves all that follow. When another script is played, connections that are open take its first entry.
+// serves all that follow.
 struct behaviour_t {
-    enum class bind_t { accept, reset_at_accept, reset_after_bind, refuse, reject_context, garbage } on_bind = bind_t::accept;
-    std::uint16_t bind_reason = 0;  // of refuse (the nak's) and reject_context (the result's)
-    bool reset_after_bind_ack = false;
+    // Where the connection ends: by a reset, behind a reply in good order.
+    enum class end_t { open, at_accept, at_bind, after_bind, after_reply } end = end_t::open;
 
+    // Answers a bind instead of the acceptance; the connection ends behind it.
+    std::function<bytes(std::uint32_t call_id)> refuse_bind = {};
     // What answers a request; the call id is the request's. Nothing returned: the connection is reset instead.
-    std::function<bytes(const request_t&, std::uint32_t call_id)> reply;
-    bool reset_after_reply = false;
+    std::function<bytes(const request_t&, std::uint32_t call_id)> reply = {};
     bool keep_requests = true;  // for requests(); a benchmark has too many
 };
 
 // Answers every request with this stub.
 behaviour_t replying(bytes stub);
 behaviour_t faulting(std::uint32_t status);
-behaviour_t resetting_after_request();
-// Sends these bytes as they are instead of a response.
+// Sends these bytes as they are instead of a response, or of the acceptance of a bind.
 behaviour_t sending(bytes raw);
+behaviour_t sending_at_bind(bytes raw);
 
 // A DCE/RPC server on a plain socket of the loopback address that knows no IDL and no RPC runtime.
 class peer {
 public:
-    explicit peer(std::vector<behaviour_t> script = {behaviour_t{}});
+    // Port 0: any that is free. Throws std::runtime_error where the port is not to be had.
+    explicit peer(std::vector<behaviour_t> script = {behaviour_t{}}, std::uint16_t port = 0);
     ~peer();
 
     std::uint16_t port() const noexcept { return port_; }
-    void play(std::vector<behaviour_t> script);
-
+    // From now on this, also on connections that are open.
+    void play(behaviour_t behaviour);
+    // All that came and were kept.
     std::vector<request_t> requests() const;
-    bytes last_stub() const;
-    void forget();
 
 private:
     void accept_loop();
-    void serve(SOCKET socket, behaviour_t behaviour, unsigned script);
+    void serve(SOCKET socket, std::size_t connection);
+    behaviour_t behaviour(std::size_t connection) const;
 
     SOCKET listener_;
-    std::uint16_t port_ = 0;
+    std::uint16_t port_;
     mutable std::mutex mutex_;
     std::vector<behaviour_t> script_;
-    std::size_t next_ = 0;
-    unsigned played_ = 0;
     std::vector<request_t> requests_;
     std::atomic<bool> stopping_ = false;
     std::vector<std::jthread> threads_;
