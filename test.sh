@@ -21,7 +21,12 @@ run_tests() {
 }
 
 if [ $# -eq 0 ]; then
-    run_tests
+    status=0
+    run_tests || status=$?
+    # How much each of the long tests did.
+    echo "Counted:"
+    awk '/^[0-9]+\/[0-9]+ Testing: /{name = $3} /^[0-9]+ [a-z]/{print "  " name ": " $0}' "build/$preset/Testing/Temporary/LastTest.log"
+    exit $status
 elif grep -q 'Test *#' <<<"$("${tests[@]}" -N -R "^$1\$")"; then  # no pipe: grep would leave ctest writing into a closed one
     run_tests --verbose -R "^$1\$"
 else
