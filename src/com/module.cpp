@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-#include "foundation/errors.h"
+#include "foundation/module_file_name.h"
 
 namespace com::module {
 namespace {
@@ -24,18 +24,6 @@ HMODULE handle() noexcept {
     return module;
 }
 
-std::wstring path() {
-    std::wstring text(MAX_PATH, L'\0');
-    for (;;) {
-        const DWORD length = ::GetModuleFileNameW(handle(), text.data(), static_cast<DWORD>(text.size()));
-        if (length == 0)
-            exc::throw_last_error("Fully-qualified path for the module cannot be retrieved.");
-        if (length < text.size()) {
-            text.resize(length);
-            return text;
-        }
-        text.resize(text.size() * 2);  // a path longer than the buffer is cut, not refused
-    }
-}
+std::wstring path() { return win::module_file_name(handle(), "Fully-qualified path for the module cannot be retrieved."); }
 
 }  // namespace com::module

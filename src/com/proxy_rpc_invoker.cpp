@@ -9,8 +9,7 @@ void CProxyRpcInvoker::SetEndpoint(std::wstring_view host, std::uint32_t port) {
 
 void CProxyRpcInvoker::SetAccount(std::wstring_view user_name, std::wstring_view password) {
     win::logon(user_name, password, accounts_);  // nothing here acts under the token: the logon only proves the account
-    const win::account_t account = win::split_account(user_name);
-    client_->SetAccount(account.domain, account.user, password);
+    client_->SetAccount(user_name, password);
 }
 
 void CProxyRpcInvoker::Connect() { client_->Connect(false); }

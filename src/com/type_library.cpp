@@ -5,11 +5,12 @@
 #include "com/check.h"
 #include "com/module.h"
 #include "foundation/automation.h"
+#include "foundation/lock.h"
 
 namespace com::type_library {
 namespace {
 
-std::mutex mutex;
+win::lock_t lock;
 // Never destroyed by itself: as the process ends, the library that implements it may be gone already.
 ITypeLib* loaded = nullptr;
 
@@ -26,7 +27,7 @@ struct attributes_t {
 }  // namespace
 
 win::com_ptr<ITypeLib> get() {
-    const std::lock_guard guard(mutex);
+    const std::lock_guard guard(lock);
     if (!loaded)
         check(::LoadTypeLibEx(module::path().c_str(), REGKIND_NONE, &loaded), "Failed to load the type library.");
     return win::com_ptr(loaded);

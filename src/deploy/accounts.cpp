@@ -6,13 +6,6 @@
 
 namespace win {
 
-account_t split_account(std::wstring_view name) {
-    const std::size_t separator = name.find(L'\\');
-    if (separator == std::wstring_view::npos)
-        return {L".", std::wstring(name)};
-    return {std::wstring(name.substr(0, separator)), std::wstring(name.substr(separator + 1))};
-}
-
 unique_handle logon(std::wstring_view name, std::wstring_view password, const account_functions_t& functions) {
     const account_t account = split_account(name);
     unique_handle token;

@@ -3,25 +3,12 @@
 #include <windows.h>
 
 #include <functional>
-#include <string>
 #include <string_view>
 
+#include "foundation/account.h"
 #include "foundation/handles.h"
 
-// The one rule by which every object reads an account that the console gives it, and the logon with it.
 namespace win {
-
-struct account_t {
-    std::wstring domain;
-    std::wstring user;
-
-    // domain\user
-    std::wstring full_name() const { return domain + L'\\' + user; }
-};
-
-// Splits at the first "\"; a name without one belongs to the local machine, written ".". A name in principal form
-// (user, at-sign, domain) is not split.
-account_t split_account(std::wstring_view name);
 
 struct account_functions_t {
     std::function<decltype(::LogonUserA)> logon_user = ::LogonUserA;

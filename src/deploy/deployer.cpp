@@ -55,11 +55,10 @@ void CKorvaDeployer::SetEndpoint(std::wstring_view host, std::int32_t port) {
 
 void CKorvaDeployer::SetAccount(std::wstring_view user_name, std::wstring_view password) {
     const auto scope = logging::scoped("KD: Set account. User name: [%1]", user_name);
-    const win::account_t account = win::split_account(user_name);
     impersonator_ = std::make_shared<win::CImpersonator>();
-    user_ = account.full_name();
+    user_ = win::split_account(user_name).full_name();
     password_ = win::secret_t(password);
-    client_->SetAccount(account.domain, account.user, password);
+    client_->SetAccount(user_name, password);
     impersonator_ = std::make_shared<win::CImpersonator>(win::logon(user_name, password, platform_.accounts));
     account_set_ = true;
 }
@@ -223,8 +222,7 @@ std::wstring CKorvaDeployer::ServiceDllVersion() {
     win::rpc::CGetSvcDllVersionMethod command;
     client_->Call(command);
     const win::rpc::dll_version_t version = command.version();
-    const std::string text =
-        text::format("%1.%2.%3.%4", version.high >> 16, version.high & 0xFFFF, version.low >> 16, version.low & 0xFFFF);
+    const std::string text = text::version_text(version.high, version.low);
     logging::info("Service dll version: [%1]", text);
     return text::widen(text);
 }

@@ -7,6 +7,7 @@
 #include "deploy/unc_path.h"
 #include "foundation/errors.h"
 #include "foundation/format.h"
+#include "foundation/module_file_name.h"
 #include "foundation/nesting.h"
 #include "logging/write.h"
 
@@ -50,16 +51,13 @@ struct found_t {
 // The whole content at once, so that nothing is removed under a running search.
 std::vector<found_t> content_of(const std::wstring& folder, const file_functions_t& functions) {
     const std::wstring mask = join_path(folder, L"*");
-    const auto fail = [&](DWORD code) {
-        throw exc::win_sys_exc_t(text::format("File search operation has failed. Search mask: [%1].", mask), code);
-    };
+    const auto fail = [&] { exc::throw_last_error("File search operation has failed. Search mask: [%1].", mask); };
     std::vector<found_t> content;
     WIN32_FIND_DATAW data{};
     const HANDLE search = functions.find_first(mask.c_str(), &data);
     if (search == INVALID_HANDLE_VALUE) {
-        const DWORD code = ::GetLastError();
-        if (code != ERROR_FILE_NOT_FOUND)
-            fail(code);
+        if (::GetLastError() != ERROR_FILE_NOT_FOUND)
+            fail();
         return content;
     }
     const std::unique_ptr<void, std::function<decltype(::FindClose)>> owner(search, functions.find_close);
@@ -68,8 +66,8 @@ std::vector<found_t> content_of(const std::wstring& folder, const file_functions
         if (name != L"." && name != L"..")
             content.push_back({join_path(folder, name), data.dwFileAttributes});
     } while (functions.find_next(search, &data));
-    if (const DWORD code = ::GetLastError(); code != ERROR_NO_MORE_FILES)
-        fail(code);
+    if (::GetLastError() != ERROR_NO_MORE_FILES)
+        fail();
     return content;
 }
 
@@ -83,9 +81,8 @@ void remove_emptied(const std::wstring& path, const file_functions_t& functions)
     for (std::uint32_t retry = 0;; ++retry) {
         if (functions.remove_directory(path.c_str()))
             return;
-        const DWORD code = ::GetLastError();
-        if (code != ERROR_DIR_NOT_EMPTY || retry + 1 >= tries.attempts)
-            throw exc::win_sys_exc_t(text::format("Failed to delete existing empty subfolder: [%1].", path), code);
+        if (::GetLastError() != ERROR_DIR_NOT_EMPTY || retry + 1 >= tries.attempts)
+            exc::throw_last_error("Failed to delete existing empty subfolder: [%1].", path);
         logging::warning("Retrying remove directory '%1'. Retry number: '%2'.", path, retry);
         tries.wait(tries.interval_ms);
     }
@@ -99,11 +96,8 @@ void remove_tree(const found_t& folder, const file_functions_t& functions) {
                 continue;
             }
             make_writable(found, functions);
-            if (!functions.remove(found.path.c_str())) {
-                const DWORD code = ::GetLastError();
-                if (code != ERROR_FILE_NOT_FOUND)
-                    throw exc::win_sys_exc_t(text::format("Failed to delete file: [%1].", found.path), code);
-            }
+            if (!functions.remove(found.path.c_str()) && ::GetLastError() != ERROR_FILE_NOT_FOUND)
+                exc::throw_last_error("Failed to delete file: [%1].", found.path);
         }
     }
     make_writable(folder, functions);
@@ -114,23 +108,10 @@ void remove_tree(const found_t& folder, const file_functions_t& functions) {
 
 std::wstring module_path(const std::wstring& name, const file_functions_t& functions) {
     const HMODULE module = functions.module_handle(name.c_str());
-    if (!module) {
-        const DWORD code = ::GetLastError();
-        throw exc::win_sys_exc_t(text::format("Failed to get module handle for [%1].", name), code);
-    }
-    std::wstring path(MAX_PATH, L'\0');
-    for (;;) {
-        const DWORD length = functions.module_file_name(module, path.data(), static_cast<DWORD>(path.size()));
-        if (length == 0) {
-            const DWORD code = ::GetLastError();
-            throw exc::win_sys_exc_t(text::format("Fully-qualified path for the module [%1] cannot be retrieved.", name), code);
-        }
-        if (length < path.size()) {
-            path.resize(length);
-            return path;
-        }
-        path.resize(path.size() * 2);  // it was cut short
-    }
+    if (!module)
+        exc::throw_last_error("Failed to get module handle for [%1].", name);
+    return module_file_name(module, text::format("Fully-qualified path for the module [%1] cannot be retrieved.", name),
+                            functions.module_file_name);
 }
 
 void create_folder(const std::wstring& path, const file_functions_t& functions) {

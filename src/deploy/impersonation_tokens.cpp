@@ -1,8 +1,10 @@
 #include "deploy/impersonation_tokens.h"
 
 #include <algorithm>
+#include <mutex>
 
 #include "deploy/unc_path.h"
+#include "foundation/names.h"
 #include "logging/write.h"
 
 namespace win {

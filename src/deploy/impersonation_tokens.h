@@ -4,12 +4,12 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "deploy/impersonation.h"
+#include "foundation/lock.h"
 
 // Which user's token the process's file operations use on which share.
 namespace win {
@@ -42,7 +42,7 @@ private:
 
     std::vector<entry_t>::const_iterator newest(std::wstring_view share) const noexcept;
 
-    mutable std::recursive_mutex lock_;
+    mutable reentrant_lock_t lock_;
     std::vector<entry_t> entries_;
 };
 

@@ -7,6 +7,7 @@
 #include "deploy/unc_path.h"
 #include "foundation/errors.h"
 #include "foundation/format.h"
+#include "foundation/names.h"
 #include "foundation/nesting.h"
 #include "logging/write.h"
 

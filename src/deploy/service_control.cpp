@@ -18,14 +18,17 @@ std::wstring widened(const char* code_page_text) {
     return code_page_text ? text::widen(text::from_code_page(code_page_text)) : std::wstring();
 }
 
+// The texts name the service and repeat the system's text of the code.
+[[noreturn]] void fail(std::string_view message, std::wstring_view service, DWORD code = ::GetLastError()) {
+    throw exc::win_sys_exc_t(text::format(message, service, exc::system_error_text(code)), code);
+}
+
 }  // namespace
 
-win_scm_t::win_scm_t(const wchar_t* host, DWORD access, service_functions_t functions)
-    : functions_(std::move(functions)), host_(host ? host : L"localhost") {
+win_scm_t::win_scm_t(const wchar_t* host, DWORD access, service_functions_t functions) : functions_(std::move(functions)) {
     const SC_HANDLE opened = functions_.open_manager(host, SERVICES_ACTIVE_DATABASEW, access);
-    const DWORD code = ::GetLastError();
     if (!opened)
-        throw exc::win_sys_exc_t(text::format("Cannot connect to service control manager. Host: '%1'.", host_), code);
+        exc::throw_last_error("Cannot connect to service control manager. Host: '%1'.", host ? host : L"localhost");
     handle_ = unique_service_handle(opened, functions_.close);
 }
 
@@ -38,10 +41,8 @@ void win_svc_t::create(const new_service_t& service) {
         functions().create(manager_->handle(), service.name, service.display_name, service.access, service.type,
                            service.start_type, service.error_control, service.binary_path, service.load_order_group,
                            service.tag, service.dependencies, service.account, service.password);
-    const DWORD code = ::GetLastError();
     if (!created)
-        throw exc::win_sys_exc_t(text::format("Failed to create service '%1'. %2.", service.name, exc::system_error_text(code)),
-                                 code);
+        fail("Failed to create service '%1'. %2.", name);
     handle_ = unique_service_handle(created, functions().close);
     name_ = std::move(name);
 }
@@ -50,9 +51,8 @@ void win_svc_t::open(const wchar_t* name, DWORD access) {
     require(name, "Bad argument: pszServiceName");
     std::wstring kept_name = name;
     const SC_HANDLE opened = functions().open(manager_->handle(), name, access);
-    const DWORD code = ::GetLastError();
     if (!opened)
-        throw exc::win_sys_exc_t(text::format("Failed to open service '%1'. %2.", name, exc::system_error_text(code)), code);
+        fail("Failed to open service '%1'. %2.", name);
     handle_ = unique_service_handle(opened, functions().close);
     name_ = std::move(kept_name);
 }
@@ -62,7 +62,7 @@ void win_svc_t::start() {
         throw exc::runtime_exc_t(text::format("Bad state: service '%1'  is not opened or created. %2", name_, ""));
     constexpr std::string_view failure = "Failed to start service '%1'. %2.";
     if (!functions().start(handle_.get(), 0, nullptr))
-        fail(failure, ::GetLastError());
+        fail(failure, name_);
     if (!wait_for(SERVICE_RUNNING, failure))
         throw exc::runtime_exc_t(text::format("Timed out to start service '%1'. %2.", name_, ""));
 }
@@ -72,10 +72,9 @@ void win_svc_t::stop() {
     constexpr std::string_view failure = "Failed to stop service '%1'. %2.";
     SERVICE_STATUS status{};
     if (!functions().control(handle_.get(), SERVICE_CONTROL_STOP, &status)) {
-        const DWORD code = ::GetLastError();
-        if (code == ERROR_SERVICE_NOT_ACTIVE)
+        if (::GetLastError() == ERROR_SERVICE_NOT_ACTIVE)
             return;
-        fail(failure, code);
+        fail(failure, name_);
     }
     if (!wait_for(SERVICE_STOPPED, failure))
         throw exc::runtime_exc_t("Failed to stop service");
@@ -84,7 +83,7 @@ void win_svc_t::stop() {
 void win_svc_t::remove() {
     require_handle();
     if (!functions().remove(handle_.get()))
-        fail("Failed to delete service '%1'. %2.", ::GetLastError());
+        fail("Failed to delete service '%1'. %2.", name_);
 }
 
 service_configuration_t win_svc_t::query_configuration() const {
@@ -100,9 +99,8 @@ service_configuration_t win_svc_t::query_configuration() const {
                     widened(found->lpBinaryPathName),
                     widened(found->lpServiceStartName),
                     widened(found->lpDisplayName)};
-        const DWORD code = ::GetLastError();
-        if (code != ERROR_INSUFFICIENT_BUFFER || needed <= buffer.size())
-            fail("Cannot query  configuration of the service '%1'. %2.", code);
+        if (::GetLastError() != ERROR_INSUFFICIENT_BUFFER || needed <= buffer.size())
+            fail("Cannot query  configuration of the service '%1'. %2.", name_);
         buffer.resize(needed);
     }
 }
@@ -112,7 +110,7 @@ void win_svc_t::set_description(const std::wstring& description) {
     std::wstring text = description;
     SERVICE_DESCRIPTIONW information{text.data()};
     if (!functions().change_configuration(handle_.get(), SERVICE_CONFIG_DESCRIPTION, &information))
-        fail("Failed to set description of the service '%1'. %2.", ::GetLastError());
+        fail("Failed to set description of the service '%1'. %2.", name_);
 }
 
 void win_svc_t::set_failure_actions() {
@@ -133,16 +131,11 @@ bool win_svc_t::wait_for(DWORD state, std::string_view failure) const {
     for (std::uint32_t poll = 0; poll < polls.attempts; ++poll) {
         SERVICE_STATUS status{};
         if (!functions().query_status(handle_.get(), &status))
-            fail(failure, ::GetLastError());
+            fail(failure, name_);
         if (status.dwCurrentState == state)
             return true;
         polls.wait(polls.interval_ms);
     }
     return false;
 }
-
-void win_svc_t::fail(std::string_view message, DWORD code) const {
-    throw exc::win_sys_exc_t(text::format(message, name_, exc::system_error_text(code)), code);
-}
-
 }  // namespace win

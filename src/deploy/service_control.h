@@ -38,12 +38,10 @@ public:
     win_scm_t(const wchar_t* host, DWORD access, service_functions_t functions = {});
 
     SC_HANDLE handle() const noexcept { return handle_.get(); }
-    const std::wstring& host() const noexcept { return host_; }
     const service_functions_t& functions() const noexcept { return functions_; }
 
 private:
     service_functions_t functions_;
-    std::wstring host_;
     unique_service_handle handle_;
 };
 
@@ -100,7 +98,6 @@ private:
     const service_functions_t& functions() const noexcept { return manager_->functions(); }
     void require_handle() const;
     bool wait_for(DWORD state, std::string_view failure) const;
-    [[noreturn]] void fail(std::string_view message, DWORD code) const;
 
     std::shared_ptr<win_scm_t> manager_;  // outlives its services
     std::wstring name_;

@@ -4,6 +4,7 @@
 #include "deploy/unc_path.h"
 #include "foundation/errors.h"
 #include "foundation/format.h"
+#include "foundation/names.h"
 #include "logging/write.h"
 
 namespace impl {
@@ -52,9 +53,8 @@ bool clear_read_only(const std::wstring& path, const win::file_functions_t& file
             files.set_attributes(path.c_str(), attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY)))
             return true;
     }
-    const DWORD code = ::GetLastError();
-    if (code != ERROR_FILE_NOT_FOUND)
-        throw exc::win_sys_exc_t("Failed to get file attributes for the service executable", code);
+    if (::GetLastError() != ERROR_FILE_NOT_FOUND)
+        exc::throw_last_error("Failed to get file attributes for the service executable");
     logging::info("File not found");
     return false;
 }
@@ -75,15 +75,11 @@ std::wstring copy_executable(const std::wstring& local_path, const std::wstring&
         logging::info("UNC path to the executable on the proxy [%1]", unc_file);
         if (files.get_attributes(unc_file.c_str()) != INVALID_FILE_ATTRIBUTES)
             files.set_attributes(unc_file.c_str(), FILE_ATTRIBUTE_NORMAL);  // where it fails, the copy says why
-        if (!files.copy(local_path.c_str(), unc_file.c_str(), FALSE)) {
-            const DWORD code = ::GetLastError();
-            throw exc::win_sys_exc_t(
-                code == ERROR_ACCESS_DENIED
-                    ? "Failed to copy file to the proxy host. May be the file has FILE_ATTRIBUTE_HIDDEN or "
-                      "FILE_ATTRIBUTE_READONLY attribute set."
-                    : "Failed to copy file to the proxy host",
-                code);
-        }
+        if (!files.copy(local_path.c_str(), unc_file.c_str(), FALSE))
+            exc::throw_last_error(::GetLastError() == ERROR_ACCESS_DENIED
+                                      ? "Failed to copy file to the proxy host. May be the file has FILE_ATTRIBUTE_HIDDEN or "
+                                        "FILE_ATTRIBUTE_READONLY attribute set."
+                                      : "Failed to copy file to the proxy host");
     }
     std::wstring path = local_path_on_host(host, L"Korva\\Backup\\" + file_name, platform);
     logging::info("Local path to the executable on the proxy: [%1}", path);

@@ -1,7 +1,5 @@
 #include "deploy/unc_path.h"
 
-#include <windows.h>
-
 #include "foundation/errors.h"
 #include "foundation/format.h"
 
@@ -10,22 +8,9 @@ namespace {
 
 constexpr std::wstring_view prefix = L"\\\\";
 
-int compare(std::wstring_view left, std::wstring_view right) noexcept {
-    return ::CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(), static_cast<int>(right.size()),
-                                  TRUE);
-}
-
 }  // namespace
 
 std::wstring_view short_host_name(std::wstring_view name) { return name.substr(0, name.find(L'.')); }
-
-bool same_name(std::wstring_view left, std::wstring_view right) {
-    return left.size() == right.size() && compare(left, right) == CSTR_EQUAL;
-}
-
-bool name_less_t::operator()(std::wstring_view left, std::wstring_view right) const noexcept {
-    return compare(left, right) == CSTR_LESS_THAN;
-}
 
 std::optional<unc_path_t> parse_unc(std::wstring_view path, bool quiet) {
     if (path.size() <= prefix.size() || !path.starts_with(prefix)) {

@@ -10,12 +10,6 @@ namespace win {
 // The name up to its first ".", or the whole name.
 std::wstring_view short_host_name(std::wstring_view name);
 
-// Case ignored, letter by letter, as the platform compares names.
-bool same_name(std::wstring_view left, std::wstring_view right);
-struct name_less_t {
-    bool operator()(std::wstring_view left, std::wstring_view right) const noexcept;
-};
-
 struct unc_path_t {
     std::wstring server;
     std::wstring short_name;

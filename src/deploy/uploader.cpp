@@ -46,9 +46,8 @@ void file_uploader_t::upload(const std::wstring& local_path, const std::wstring&
 
 unique_file file_uploader_t::open_local(const std::wstring& path) const {
     unique_file file(files_.open(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
-    const DWORD code = ::GetLastError();
     if (!file)
-        throw exc::win_sys_exc_t(text::format("Failed to open local file '%1'.", path), code);
+        exc::throw_last_error("Failed to open local file '%1'.", path);
     return file;
 }
 
@@ -60,10 +59,8 @@ void file_uploader_t::send(const unique_file& local, const std::wstring& local_p
     const auto buffer = std::make_unique_for_overwrite<unsigned char[]>(block_size);
     for (;;) {
         DWORD count = 0;
-        if (!files_.read(local.get(), buffer.get(), block_size, &count, nullptr)) {
-            const DWORD code = ::GetLastError();
-            throw exc::win_sys_exc_t(text::format("Failed to read from local file '%1'.", local_path), code);
-        }
+        if (!files_.read(local.get(), buffer.get(), block_size, &count, nullptr))
+            exc::throw_last_error("Failed to read from local file '%1'.", local_path);
         if (count == 0)
             break;
         // Repeated, like every command, when its answer is lost. The service gives the file up with the connection: the repeat

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "foundation/errors.h"
+#include "foundation/format.h"
 
 namespace text {
 namespace {
@@ -84,6 +85,10 @@ std::string guid_text(const GUID& guid) {
     std::snprintf(buffer, sizeof buffer, "%08lx-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x", guid.Data1, guid.Data2,
                   guid.Data3, tail[0], tail[1], tail[2], tail[3], tail[4], tail[5], tail[6], tail[7]);
     return buffer;
+}
+
+std::string version_text(std::uint32_t first, std::uint32_t second) {
+    return format("%1.%2.%3.%4", first >> 16, first & 0xFFFF, second >> 16, second & 0xFFFF);
 }
 
 }  // namespace text

@@ -31,4 +31,7 @@ std::string hex8(std::uint32_t value);
 // 36 characters, lower-case hexadecimal in groups 8-4-4-4-12 joined by hyphens, no braces (the form of UuidToStringW).
 std::string guid_text(const GUID& guid);
 
+// Four numbers joined by points: the high and low 16 bits of the first value, then of the second.
+std::string version_text(std::uint32_t first, std::uint32_t second);
+
 }  // namespace text

@@ -52,6 +52,4 @@ CNtStatusExc::CNtStatusExc(std::uint32_t status, std::string_view message)
         add_line(message);
 }
 
-void throw_last_error(std::string_view message) { throw win_sys_exc_t(message, ::GetLastError()); }
-
 }  // namespace exc

@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/format.h"
+
 // The library's failures. All kinds derive directly from exc_base_t; narrow text is UTF-8.
 namespace exc {
 
@@ -91,8 +93,12 @@ public:
     explicit file_locked_exc_t(std::string_view message) : exc_base_t(message) {}
 };
 
-// Throws win_sys_exc_t with the thread's last error. Read the last error first where the message takes work to build.
-[[noreturn]] void throw_last_error(std::string_view message);
+// Throws win_sys_exc_t with the thread's last error, which is read before the message is made (see text::format).
+template <class... Args>
+[[noreturn]] void throw_last_error(std::string_view message, const Args&... args) {
+    const DWORD code = ::GetLastError();
+    throw win_sys_exc_t(text::format(message, args...), code);
+}
 
 }  // namespace exc
 

@@ -1,6 +1,5 @@
 #include "hv/cluster_manager.h"
 
-#include "deploy/accounts.h"
 #include "logging/write.h"
 #include "rpc/commands/hv_cluster.h"
 
@@ -8,11 +7,6 @@ namespace impl {
 
 CKorvaHvClusterManager::CKorvaHvClusterManager(std::shared_ptr<win::rpc::CRpcClientBase> client) : client_(std::move(client)) {
     logging::info("[HvCls]: CKorvaHvClusterManager::CKorvaHvClusterManager");
-}
-
-void CKorvaHvClusterManager::SetAccount(std::wstring_view user_name, std::wstring_view password) {
-    const win::account_t account = win::split_account(user_name);
-    client_->SetAccount(account.domain, account.user, password);
 }
 
 std::shared_ptr<CEnumClusterVolumes> CKorvaHvClusterManager::ClusterVolumes() {

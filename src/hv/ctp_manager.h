@@ -8,11 +8,11 @@
 #include <string>
 #include <string_view>
 
+#include "foundation/lock.h"
 #include "hv/add_file_result.h"
 #include "hv/change_index.h"
 #include "hv/file_cache.h"
 #include "hv/file_standard_info.h"
-#include "hv/lock.h"
 #include "rpc/client.h"
 
 namespace impl {
@@ -50,7 +50,7 @@ private:
     std::shared_ptr<CKorvaFileStandardInfo> StandardInfo(std::string_view title, std::uint32_t file_id, bool flush);
 
     const std::shared_ptr<win::rpc::CRpcClientBase> client_;
-    hv::lock_t init_lock_;
+    win::lock_t init_lock_;
     bool initialised_ = false;
 };
 

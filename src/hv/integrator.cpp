@@ -1,6 +1,5 @@
 #include "hv/integrator.h"
 
-#include "deploy/accounts.h"
 #include "hv/operation.h"
 #include "rpc/commands/hv_snapshots.h"
 
@@ -14,11 +13,6 @@ constexpr hv::operation_t testing{
 };
 
 }  // namespace
-
-void CKorvaHvIntegrator::SetAccount(std::wstring_view user_name, std::wstring_view password) {
-    const win::account_t account = win::split_account(user_name);
-    client_->SetAccount(account.domain, account.user, password);
-}
 
 void CKorvaHvIntegrator::SetRpcTimeout(std::int32_t seconds) {
     logging::info("KD: Set RPC timeout. Request timeout: [%1] sec.", seconds);  // the deployer's prefix, on purpose

@@ -24,7 +24,7 @@ public:
 
     void SetEndpoint(std::wstring_view host, std::uint32_t port) { client_->SetEndpoint(host, port); }
     // The name is split as every account is; nobody is logged on.
-    void SetAccount(std::wstring_view user_name, std::wstring_view password);
+    void SetAccount(std::wstring_view user_name, std::wstring_view password) { client_->SetAccount(user_name, password); }
     void SetRpcTimeout(std::int32_t seconds);
 
     // Asks the service for a sign of life, once.

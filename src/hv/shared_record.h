@@ -2,7 +2,7 @@
 
 #include <mutex>
 
-#include "hv/lock.h"
+#include "foundation/lock.h"
 
 namespace hv {
 
@@ -23,7 +23,7 @@ public:
     }
 
 private:
-    mutable lock_t lock_;
+    mutable win::lock_t lock_;
     Record value_;
 };
 

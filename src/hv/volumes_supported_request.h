@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "hv/lock.h"
+#include "foundation/lock.h"
 #include "rpc/values.h"
 
 namespace impl {
@@ -19,7 +19,7 @@ public:
     win::rpc::volume_request_t Get(std::uint32_t index) const;
 
 private:
-    mutable hv::lock_t lock_;
+    mutable win::lock_t lock_;
     std::vector<win::rpc::volume_request_t> pairs_;
 };
 

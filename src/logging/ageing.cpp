@@ -12,9 +12,9 @@ namespace {
 void take(const age_step_t& step, const file_functions_t& files) {
     if (step.to.empty()) {
         if (!files.remove(text::widen(step.from)))
-            exc::throw_last_error(text::format("Failed to delete file: [%1].", step.from));
+            exc::throw_last_error("Failed to delete file: [%1].", step.from);
     } else if (!files.rename(text::widen(step.from), text::widen(step.to))) {
-        exc::throw_last_error(text::format("Failed to rename file [%1] to [%2].", step.from, step.to));
+        exc::throw_last_error("Failed to rename file [%1] to [%2].", step.from, step.to);
     }
 }
 

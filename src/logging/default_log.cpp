@@ -22,7 +22,7 @@ void create_directory_of(const std::string& path, const file_functions_t& files)
         return;
     const std::string directory = path.substr(0, end);
     if (!files.create_directories(text::widen(directory)))
-        exc::throw_last_error(text::format("Cannot create folder. Folder path: [%1].", directory));
+        exc::throw_last_error("Cannot create folder. Folder path: [%1].", directory);
 }
 
 // The path, or where its directory cannot be made and an administrator chose it, the same path below the common directory.

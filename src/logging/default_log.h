@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -21,9 +20,6 @@ void open_default_log() noexcept;
 // Opens the rotating file on the path, with its directory; where other processes hold it, on the first free of 1000 indexed
 // names; where a configured log directory cannot be made, in the common one. Throws exc::runtime_exc_t.
 std::shared_ptr<win::win_log_file_t> open_log_file(const std::string& path, const file_functions_t& files = {});
-
-// Four numbers joined by points: the high and low 16 bits of the first value, then of the second.
-std::string version_text(std::uint32_t first, std::uint32_t second);
 
 // What the header tells; tests give other answers.
 struct header_facts_t {

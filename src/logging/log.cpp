@@ -1,11 +1,7 @@
 #include "logging/log.h"
 
-#include <winternl.h>
-
 #include "logging/rotation.h"
 #include "logging/write.h"
-
-extern "C" BOOLEAN NTAPI RtlDllShutdownInProgress(void);  // documented, but in no header of the cross toolchain
 
 namespace logging {
 namespace {
@@ -14,10 +10,6 @@ constexpr std::int32_t messages_per_size_check = 1000;
 
 // What one very long message needed is not kept for all that follow.
 constexpr std::size_t largest_kept_buffer = 64 * 1024;
-
-// How often a thread looks whether the lock is free before it sleeps: some ten messages' time.
-constexpr int attempts_before_sleep = 200;
-constexpr int attempts_before_yield = 20;
 
 class last_error_keeper {
 public:
@@ -47,23 +39,6 @@ log_t* usable_log() noexcept try { return process_log_gone ? nullptr : process_l
 }
 
 }  // namespace
-
-bool reentrant_lock_t::wait() noexcept {
-    if (::RtlDllShutdownInProgress())
-        return false;
-    // A message is written in less time than a sleep and a waking take, and a thread that sleeps here makes every release a
-    // call of the system: four threads write half as much without this.
-    for (int attempt = 1; attempt <= attempts_before_sleep; ++attempt) {
-        if (::TryAcquireSRWLockExclusive(&mutex_))
-            return true;
-        if (attempt % attempts_before_yield == 0)
-            ::SwitchToThread();
-        else
-            ::YieldProcessor();
-    }
-    ::AcquireSRWLockExclusive(&mutex_);
-    return true;
-}
 
 log_t::log_t() noexcept : log_t([](receiver::log_file_t& receiver) { rotate_when_full(receiver); }) {}
 

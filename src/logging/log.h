@@ -9,9 +9,9 @@
 #include <string>
 #include <string_view>
 
+#include "foundation/lock.h"
 #include "logging/line_layout.h"
 #include "logging/log_file.h"
-#include "logging/reentrant_lock.h"
 
 // How a message reaches the log file: write.h has the functions that all code calls.
 namespace logging {
@@ -52,7 +52,7 @@ private:
     void write_locked(const format::line_head_t& head, std::string_view message);
     void check_size();
 
-    reentrant_lock_t lock_;
+    win::reentrant_lock_t lock_;
     std::shared_ptr<receiver::log_file_t> receiver_;
     std::atomic<std::uint32_t> line_style_{module_layout};
     std::atomic<bool> suppressed_{false};

@@ -6,6 +6,7 @@
 
 #include "foundation/convert.h"
 #include "foundation/errors.h"
+#include "foundation/names.h"
 #include "logging/registry_values.h"
 
 namespace logging {
@@ -17,13 +18,6 @@ std::string with_separator(std::string directory) {
     if (directory.empty() || !is_separator(directory.back()))
         directory += '\\';
     return directory;
-}
-
-bool equal_names(std::string_view left, std::string_view right) {
-    const std::wstring a = text::widen(left);
-    const std::wstring b = text::widen(right);
-    return ::CompareStringOrdinal(a.data(), static_cast<int>(a.size()), b.data(), static_cast<int>(b.size()), TRUE) ==
-           CSTR_EQUAL;
 }
 
 }  // namespace
@@ -54,7 +48,7 @@ std::optional<std::string> tail_below(const std::string& path, std::string direc
     if (path.size() < directory.size() || !is_separator(path[directory.size() - 1]))
         return std::nullopt;
     const std::string_view front = std::string_view(path).substr(0, directory.size() - 1);
-    if (!equal_names(front, std::string_view(directory).substr(0, directory.size() - 1)))
+    if (!win::same_name(front, std::string_view(directory).substr(0, directory.size() - 1)))
         return std::nullopt;
     return path.substr(directory.size());
 }

@@ -2,7 +2,7 @@
 
 #include "foundation/convert.h"
 #include "foundation/errors.h"
-#include "foundation/format.h"
+#include "foundation/module_file_name.h"
 #include "logging/default_log.h"
 #include "logging/write.h"
 
@@ -12,15 +12,7 @@ namespace {
 constexpr std::string_view ruler = "=============================================================================";
 
 std::string path_of_executable() {
-    std::wstring path(MAX_PATH, L'\0');
-    for (;;) {
-        const DWORD length = ::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-        if (length == 0)
-            exc::throw_last_error("Fully-qualified path for the executable file cannot be retrieved.");
-        if (length < path.size())
-            return text::narrow({path.data(), length});
-        path.resize(path.size() * 2);
-    }
+    return text::narrow(win::module_file_name(nullptr, "Fully-qualified path for the executable file cannot be retrieved."));
 }
 
 std::string version_of_file(const std::string& path) {
@@ -37,7 +29,7 @@ std::string version_of_file(const std::string& path) {
     if (!::VerQueryValueW(resource.get(), L"\\", &found, &found_length) || found_length < sizeof(VS_FIXEDFILEINFO))
         throw exc::runtime_exc_t("Module version cannot be extracted from the version resource.");
     const auto* fixed = static_cast<const VS_FIXEDFILEINFO*>(found);
-    return version_text(fixed->dwFileVersionMS, fixed->dwFileVersionLS);
+    return text::version_text(fixed->dwFileVersionMS, fixed->dwFileVersionLS);
 }
 
 OSVERSIONINFOA version_of_os() {
@@ -57,10 +49,6 @@ void guarded(const Group& group) noexcept try {
 
 }  // namespace
 
-std::string version_text(std::uint32_t first, std::uint32_t second) {
-    return text::format("%1.%2.%3.%4", first >> 16, first & 0xFFFF, second >> 16, second & 0xFFFF);
-}
-
 header_facts_t::header_facts_t()
     : executable_path(path_of_executable), file_version(version_of_file), os_version(version_of_os) {}
 
@@ -78,7 +66,7 @@ void write_log_header(const header_facts_t& facts) noexcept {
         guarded([&] {
             const OSVERSIONINFOA version = facts.os_version();
             // Major and minor go in as whole halves: 6.1 reads 0.6.0.1, as readers of these logs expect it.
-            info("OS version: %1", version_text(version.dwMajorVersion, version.dwMinorVersion));
+            info("OS version: %1", text::version_text(version.dwMajorVersion, version.dwMinorVersion));
             info("OS build: %1", version.dwBuildNumber);
             info("OS description: %1", text::from_code_page(version.szCSDVersion));
         });

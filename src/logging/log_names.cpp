@@ -1,22 +1,9 @@
 #include "logging/log_names.h"
 
 #include "foundation/format.h"
+#include "foundation/names.h"
 
 namespace logging {
-namespace {
-
-bool equal_without_case(std::string_view left, std::string_view right) {
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-    if (left.size() != right.size())
-        return false;
-    for (std::size_t i = 0; i < left.size(); ++i) {
-        if (lower(left[i]) != lower(right[i]))
-            return false;
-    }
-    return true;
-}
-
-}  // namespace
 
 std::string make_indexed_log_name(std::string_view path, unsigned index) {
     if (index == 0)
@@ -26,7 +13,7 @@ std::string make_indexed_log_name(std::string_view path, unsigned index) {
     const std::size_t point = path.rfind('.');
     if (point != std::string_view::npos) {
         const std::string_view found = path.substr(point);
-        if (equal_without_case(found, extension)) {
+        if (win::same_name(found, extension)) {
             base = path.substr(0, point);
             extension = found;
         } else if (found.size() == 1) {
@@ -46,7 +33,7 @@ std::string make_aged_name(std::string_view path, std::string_view extension, un
     const std::string_view found = path.substr(point + 1);
     if (found.empty())
         return text::format("%1%2", path, index);
-    if (equal_without_case(found, extension))
+    if (win::same_name(found, extension))
         return text::format("%1.%2.%3", path.substr(0, point), index, found);
     return text::format("%1.%2", path, index);
 }

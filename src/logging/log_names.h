@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-// How a log's neighbours are named. Paths are UTF-8; names are compared without regard to the case of A to Z.
+// How a log's neighbours are named. Paths are UTF-8; extensions are compared by win::same_name.
 namespace logging {
 
 // The name to try next when `index` others are held by other processes: 0 is the path itself; a.log and 2 give a.2.log, a.txt

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/lock.h"
 #include "logging/log.h"
 
 namespace logging::receiver {
@@ -15,7 +16,7 @@ namespace logging::receiver {
 class memory_receiver_t : public log_file_t {
 public:
     void write(std::string_view lines) override {
-        const std::lock_guard guard(mutex_);
+        const std::lock_guard guard(lock_);
         text_ += lines;
     }
     std::string path() const override { return {}; }
@@ -25,17 +26,17 @@ public:
 
     // All that was written, byte for byte.
     std::string text() const {
-        const std::lock_guard guard(mutex_);
+        const std::lock_guard guard(lock_);
         return text_;
     }
 
     void clear() {
-        const std::lock_guard guard(mutex_);
+        const std::lock_guard guard(lock_);
         text_.clear();
     }
 
 private:
-    mutable std::mutex mutex_;  // readers are not under the log's lock
+    mutable win::lock_t lock_;  // readers are not under the log's lock
     std::string text_;
 };
 

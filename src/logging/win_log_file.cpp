@@ -49,7 +49,7 @@ void win_log_file_t::write(std::string_view lines) {
 std::uint64_t win_log_file_t::size() {
     std::uint64_t bytes = 0;
     if (!files_.size(file_.get(), bytes))
-        exc::throw_last_error(text::format("Failed to get the size of file [%1].", path_));
+        exc::throw_last_error("Failed to get the size of file [%1].", path_);
     return bytes;
 }
 
@@ -61,7 +61,7 @@ void win_log_file_t::compress_to(logging::gz_archive_t& archive) {
                          // Only now: lines that the archive's buffers hold would be gone with the process.
                          archive.finish();
                          if (!files_.seek(file_.get(), 0) || !files_.cut(file_.get()))
-                             exc::throw_last_error(text::format("Failed to empty file [%1].", path_));
+                             exc::throw_last_error("Failed to empty file [%1].", path_);
                      });
     end_ = 0;
     at_end_ = true;
@@ -69,13 +69,13 @@ void win_log_file_t::compress_to(logging::gz_archive_t& archive) {
 
 void win_log_file_t::copy_to(logging::gz_archive_t& archive) {
     if (!files_.seek(file_.get(), 0))
-        exc::throw_last_error(text::format("Failed to read file [%1].", path_));
+        exc::throw_last_error("Failed to read file [%1].", path_);
     const auto block = std::make_unique_for_overwrite<char[]>(read_block);
     std::uint64_t copied = 0;
     for (;;) {
         DWORD got = 0;
         if (!files_.read(file_.get(), block.get(), read_block, got))
-            exc::throw_last_error(text::format("Failed to read file [%1].", path_));
+            exc::throw_last_error("Failed to read file [%1].", path_);
         if (got == 0)
             break;
         archive.add(block.get(), got);

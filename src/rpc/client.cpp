@@ -1,12 +1,13 @@
 #include "rpc/client.h"
 
+#include "foundation/account.h"
 #include "foundation/convert.h"
 #include "foundation/errors.h"
 #include "foundation/format.h"
 #include "foundation/nesting.h"
 #include "foundation/system_text.h"
 #include "logging/write.h"
-#include "rpc/account.h"
+#include "rpc/identity.h"
 #include "stubs/deployment.h"
 #include "stubs/hv_integration.h"
 #include "stubs/invoker.h"
@@ -56,7 +57,7 @@ struct CRpcClientBase::endpoint_t {
 
 // A whole binding, with the account that the runtime points into.
 struct CRpcClientBase::bound_t {
-    bound_t(std::shared_ptr<const rpc_functions_t> table, std::shared_ptr<const account_t> shown)
+    bound_t(std::shared_ptr<const rpc_functions_t> table, std::shared_ptr<const identity_t> shown)
         : functions(std::move(table)), account(std::move(shown)) {}
     ~bound_t() {
         if (handle)
@@ -66,7 +67,7 @@ struct CRpcClientBase::bound_t {
     bound_t& operator=(const bound_t&) = delete;
 
     std::shared_ptr<const rpc_functions_t> functions;
-    std::shared_ptr<const account_t> account;
+    std::shared_ptr<const identity_t> account;
     RPC_BINDING_HANDLE handle = nullptr;
 };
 
@@ -83,7 +84,12 @@ void CRpcClientBase::SetEndpoint(std::wstring_view host, std::uint32_t port) {
 }
 
 void CRpcClientBase::SetAccount(std::wstring_view domain, std::wstring_view user, std::wstring_view password) {
-    account_ = std::make_shared<const account_t>(domain, user, password);
+    account_ = std::make_shared<const identity_t>(domain, user, password);
+}
+
+void CRpcClientBase::SetAccount(std::wstring_view name, std::wstring_view password) {
+    const account_t account = split_account(name);
+    SetAccount(account.domain, account.user, password);
 }
 
 void CRpcClientBase::SetRpcTimeout(std::int32_t seconds) {

@@ -11,7 +11,7 @@
 
 namespace win::rpc {
 
-class account_t;
+class identity_t;
 
 // One authenticated connection (ncacn_ip_tcp, NTLM) to one remote service.
 //
@@ -29,8 +29,9 @@ public:
 
     // Port 0 lets the host's endpoint mapper choose.
     void SetEndpoint(std::wstring_view host, std::uint32_t port);
-    // Without an account the caller's own logon is used.
+    // Without an account the caller's own logon is used. A name in one piece is split by win::split_account.
     void SetAccount(std::wstring_view domain, std::wstring_view user, std::wstring_view password);
+    void SetAccount(std::wstring_view name, std::wstring_view password);
     void SetRpcTimeout(std::int32_t seconds);
     std::int32_t GetRpcTimeout() const noexcept { return timeout_seconds_; }
 
@@ -66,7 +67,7 @@ private:
     std::atomic<std::int32_t> timeout_seconds_ = 3600;
     // Replaced as wholes, so that a thread that connects never sees half of a change.
     std::atomic<std::shared_ptr<const endpoint_t>> endpoint_;
-    std::atomic<std::shared_ptr<const account_t>> account_;  // null: the caller's own logon
+    std::atomic<std::shared_ptr<const identity_t>> account_;  // null: the caller's own logon
     std::atomic<std::shared_ptr<bound_t>> bound_;
 };
 

@@ -55,9 +55,8 @@ volume_mount_t::volume_mount_t(const mount_point_functions_t& functions, std::ws
     const bool is_drive = path_.size() == 3;
     if (!is_drive) {
         made_folder_ = ::CreateDirectoryW(path_.c_str(), nullptr);
-        const DWORD error = ::GetLastError();
-        if (!made_folder_ && error != ERROR_ALREADY_EXISTS)
-            throw exc::win_sys_exc_t(text::format("Failed to create folder '%1'.", path_), error);
+        if (!made_folder_ && ::GetLastError() != ERROR_ALREADY_EXISTS)
+            exc::throw_last_error("Failed to create folder '%1'.", path_);
     }
     mounted_ = functions_.set_mount_point(path_.c_str(), volume.name.c_str());
     if (!mounted_) {

@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include "foundation/errors.h"
-#include "foundation/format.h"
 
 namespace impl::vdmount {
 
@@ -11,10 +10,8 @@ std::wstring fold_case(std::wstring_view name) {
     std::wstring folded(name.size(), L'\0');
     const int size = static_cast<int>(name.size());
     if (size > 0 && ::LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_LOWERCASE, name.data(), size, folded.data(), size, nullptr,
-                                    nullptr, 0) != size) {
-        const DWORD error = ::GetLastError();
-        throw exc::win_sys_exc_t(text::format("Failed to fold the case of '%1'.", name), error);
-    }
+                                    nullptr, 0) != size)
+        exc::throw_last_error("Failed to fold the case of '%1'.", name);
     return folded;
 }
 

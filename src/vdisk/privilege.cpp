@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "foundation/errors.h"
-#include "foundation/format.h"
 #include "logging/write.h"
 
 namespace win {
@@ -40,10 +39,8 @@ held_privilege_t::~held_privilege_t() {
 
 held_privilege_t take_privilege(const privilege_t& privilege) {
     const auto check = [&](bool success) {
-        if (!success) {
-            const DWORD error = ::GetLastError();
-            throw exc::win_sys_exc_t(text::format("Failed to enable privilege '%1'.", privilege.name), error);
-        }
+        if (!success)
+            exc::throw_last_error("Failed to enable privilege '%1'.", privilege.name);
     };
     held_privilege_t held;
     held.name_ = privilege.name;

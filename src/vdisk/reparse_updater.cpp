@@ -17,10 +17,8 @@ win::unique_file open_root(const volume_context_t& volume) {
     win::unique_file root(volume.functions.create_file(volume.mount_point.c_str(), FILE_LIST_DIRECTORY | FILE_READ_ATTRIBUTES,
                                                        FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
                                                        FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-    if (!root) {
-        const DWORD error = ::GetLastError();
-        throw exc::win_sys_exc_t(text::format("Failed to open mounted volume: '%1'.", volume.mount_point), error);
-    }
+    if (!root)
+        exc::throw_last_error("Failed to open mounted volume: '%1'.", volume.mount_point);
     return root;
 }
 

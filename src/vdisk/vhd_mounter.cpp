@@ -1,5 +1,7 @@
 #include "vdisk/vhd_mounter.h"
 
+#include <mutex>
+
 #include "foundation/errors.h"
 #include "foundation/format.h"
 #include "foundation/nesting.h"

@@ -4,9 +4,9 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
+#include "foundation/lock.h"
 #include "foundation/poll_policy.h"
 #include "vdisk/disk_volumes.h"
 #include "vdisk/privilege.h"
@@ -57,7 +57,7 @@ private:
 
     const vhd_platform_t platform_;
     const virtual_disk_functions_t library_;
-    std::mutex lock_;
+    win::lock_t lock_;
     disks_t disks_;
 };
 

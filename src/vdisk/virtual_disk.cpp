@@ -12,10 +12,8 @@ namespace {
 template <class Function>
 void look_up(HMODULE library, const char* name, Function& function) {
     const FARPROC address = ::GetProcAddress(library, name);
-    if (!address) {
-        const DWORD error = ::GetLastError();
-        throw exc::win_sys_exc_t(text::format("Failed to find function '%1' in the virtual disk library.", name), error);
-    }
+    if (!address)
+        exc::throw_last_error("Failed to find function '%1' in the virtual disk library.", name);
     function = reinterpret_cast<Function>(address);
 }
 
@@ -28,10 +26,8 @@ void check(DWORD error, const char* failure) {
 
 virtual_disk_functions_t load_virtual_disk_library(const wchar_t* name) {
     const HMODULE library = ::LoadLibraryExW(name, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
-    if (!library) {
-        const DWORD error = ::GetLastError();
-        throw exc::win_sys_exc_t(text::format("Failed to load the virtual disk library '%1'.", name), error);
-    }
+    if (!library)
+        exc::throw_last_error("Failed to load the virtual disk library '%1'.", name);
     virtual_disk_functions_t functions{};
     functions.library.reset(library, [](void* module) { ::FreeLibrary(static_cast<HMODULE>(module)); });
     look_up(library, "OpenVirtualDisk", functions.open);

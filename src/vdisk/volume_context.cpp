@@ -9,19 +9,15 @@ namespace {
 template <class Function>
 Function* look_up(const volume_functions_t& functions, const char* name) {
     const FARPROC address = functions.ntdll_function(name);
-    if (!address) {
-        const DWORD error = ::GetLastError();
-        throw exc::win_sys_exc_t(text::format("Failed to find function '%1' in ntdll.dll.", name), error);
-    }
+    if (!address)
+        exc::throw_last_error("Failed to find function '%1' in ntdll.dll.", name);
     return reinterpret_cast<Function*>(address);
 }
 
 void check_directory(const volume_functions_t& functions, const std::wstring& path) {
     const DWORD attributes = functions.get_file_attributes(path.c_str());
-    if (attributes == INVALID_FILE_ATTRIBUTES) {
-        const DWORD error = ::GetLastError();
-        throw exc::win_sys_exc_t(text::format("Failed to get attributes of mount point '%1'.", path), error);
-    }
+    if (attributes == INVALID_FILE_ATTRIBUTES)
+        exc::throw_last_error("Failed to get attributes of mount point '%1'.", path);
     if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
         throw exc::win_sys_exc_t(text::format("Mount point '%1' is not a directory.", path), ERROR_DIRECTORY);
 }

@@ -9,6 +9,7 @@
 
 #include "deploy/deployer_platform.h"
 #include "deploy/unc_path.h"
+#include "foundation/names.h"
 
 namespace played {
 

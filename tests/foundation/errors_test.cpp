@@ -31,6 +31,23 @@ TEST(Errors, LinesStandInTheOrderOfTheirKind) {
               (lines{"NT status code: 0xC0000022", access_denied, "own text"}));
 }
 
+// Text whose conversion changes the last error.
+struct disturbing_t {
+    operator std::string_view() const {
+        ::SetLastError(99);
+        return "own";
+    }
+};
+
+TEST(Errors, TheLastErrorIsReadBeforeTheTextIsMade) {
+    ::SetLastError(5);
+    try {
+        exc::throw_last_error("%1 text", disturbing_t());
+    } catch (const exc::win_sys_exc_t& error) {
+        EXPECT_EQ(error.lines(), (lines{access_denied, "own text"}));
+    }
+}
+
 TEST(Errors, WhatIsCurrentAfterEachAddedLine) {
     exc::runtime_exc_t error("first");
     EXPECT_STREQ(error.what(), "first");

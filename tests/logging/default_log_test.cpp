@@ -20,7 +20,7 @@ logging::header_facts_t facts() {
     logging::header_facts_t facts;
     facts.executable_path = [] { return std::string("C:\\host.exe"); };
     facts.file_version = [](const std::string& path) {
-        return path == "C:\\host.exe" ? logging::version_text(0x0006'0001, 0x0203'0004) : "of another file";
+        return path == "C:\\host.exe" ? text::version_text(0x0006'0001, 0x0203'0004) : "of another file";
     };
     facts.os_version = [] { return OSVERSIONINFOA{0, 6, 1, 7601, 0, "Service Pack 1"}; };
     return facts;

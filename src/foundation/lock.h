@@ -5,7 +5,21 @@
 #include <atomic>
 #include <cstdint>
 
-namespace logging {
+// Locks for std::lock_guard. The standard library's mutexes keep memory of their own that this toolchain never frees.
+namespace win {
+
+class lock_t {
+public:
+    lock_t() noexcept = default;
+    lock_t(const lock_t&) = delete;
+    lock_t& operator=(const lock_t&) = delete;
+
+    void lock() noexcept { ::AcquireSRWLockExclusive(&lock_); }
+    void unlock() noexcept { ::ReleaseSRWLockExclusive(&lock_); }
+
+private:
+    SRWLOCK lock_ = SRWLOCK_INIT;
+};
 
 // A lock that the thread which owns it may take again; any other thread waits without limit.
 class reentrant_lock_t {
@@ -37,4 +51,4 @@ private:
     SRWLOCK mutex_ = SRWLOCK_INIT;
 };
 
-}  // namespace logging
+}  // namespace win

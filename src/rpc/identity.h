@@ -12,9 +12,9 @@ namespace win::rpc {
 
 // An account and the record that shows it to the RPC runtime, which keeps pointers to it: it stays where it is, and as long
 // as a binding that it was given to.
-class account_t {
+class identity_t {
 public:
-    account_t(std::wstring_view domain, std::wstring_view user, std::wstring_view password)
+    identity_t(std::wstring_view domain, std::wstring_view user, std::wstring_view password)
         : domain_(domain), user_(user), password_(password) {
         identity_.User = characters(user_);
         identity_.UserLength = static_cast<unsigned long>(user_.size());
@@ -24,8 +24,8 @@ public:
         identity_.PasswordLength = static_cast<unsigned long>(password_.text().size());
         identity_.Flags = SEC_WINNT_AUTH_IDENTITY_UNICODE;
     }
-    account_t(const account_t&) = delete;
-    account_t& operator=(const account_t&) = delete;
+    identity_t(const identity_t&) = delete;
+    identity_t& operator=(const identity_t&) = delete;
 
     // The runtime's functions take it without const; they do not write to it.
     SEC_WINNT_AUTH_IDENTITY_W* identity() const noexcept { return &identity_; }
