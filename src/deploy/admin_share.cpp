@@ -11,7 +11,7 @@ CAdmPersistentShare::CAdmPersistentShare(std::wstring host, std::wstring user, s
     : host_(std::move(host)),
       user_(std::move(user)),
       password_(std::move(password)),
-      remote_name_(L"\\\\" + host_ + L"\\ADMIN$"),
+      remote_name_(admin_share_of(host_)),
       functions_(std::move(functions)) {
     exc::wrap_errors(
         [&] { return text::format("Failed to create persistent connection to ADMIN$ shared folder on host [%1].", host_); },

@@ -7,6 +7,11 @@
 
 namespace win {
 
+inline constexpr const wchar_t* admin_share_name = L"ADMIN$";
+
+// "\\host\ADMIN$"
+inline std::wstring admin_share_of(const std::wstring& host) { return L"\\\\" + host + L"\\" + admin_share_name; }
+
 // A network connection to \\host\ADMIN$, made with an account and closed, with force, when the object goes. The connection is
 // not remembered in the user's profile. Both ways a failure is wrapped in a text that names the host.
 class CAdmPersistentShare {

@@ -19,7 +19,8 @@ std::wstring widened(const char* code_page_text) {
 }
 
 // The texts name the service and repeat the system's text of the code.
-[[noreturn]] void fail(std::string_view message, std::wstring_view service, DWORD code = ::GetLastError()) {
+[[noreturn]] void fail(std::string_view message, std::wstring_view service) {
+    const DWORD code = ::GetLastError();
     throw exc::win_sys_exc_t(text::format(message, service, exc::system_error_text(code)), code);
 }
 
@@ -138,4 +139,5 @@ bool win_svc_t::wait_for(DWORD state, std::string_view failure) const {
     }
     return false;
 }
+
 }  // namespace win

@@ -1,5 +1,6 @@
 #include "deploy/service_executable.h"
 
+#include "deploy/admin_share.h"
 #include "deploy/impersonation_tokens.h"
 #include "deploy/unc_path.h"
 #include "foundation/errors.h"
@@ -13,8 +14,8 @@ namespace {
 std::wstring local_path_on_host(const std::wstring& host, const std::wstring& relative_path,
                                 const deployer_platform_t& platform) {
     const auto scope =
-        logging::scoped("KD: Get local path on remote machine [%1] for [%2], [%3]", host, admin_share_name, relative_path);
-    return win::join_path(win::share_local_path(host, admin_share_name, platform.shares), relative_path);
+        logging::scoped("KD: Get local path on remote machine [%1] for [%2], [%3]", host, win::admin_share_name, relative_path);
+    return win::join_path(win::share_local_path(host, win::admin_share_name, platform.shares), relative_path);
 }
 
 // The command line of the service is not quoted when this library wrote it, and may be when somebody else did.
@@ -61,13 +62,11 @@ bool clear_read_only(const std::wstring& path, const win::file_functions_t& file
 
 }  // namespace
 
-std::wstring admin_share_of(const std::wstring& host) { return L"\\\\" + host + L"\\" + admin_share_name; }
-
 std::wstring copy_executable(const std::wstring& local_path, const std::wstring& host, const deployer_platform_t& platform) {
     const auto scope = logging::scoped("Copying file (%1) from the backup console to the remote host.", local_path);
     const win::file_functions_t& files = platform.files;
     const std::wstring file_name(win::file_name_of(local_path));
-    const std::wstring unc_folder = admin_share_of(host) + L"\\Korva\\Backup";
+    const std::wstring unc_folder = win::admin_share_of(host) + L"\\Korva\\Backup";
     const std::wstring unc_file = unc_folder + L"\\" + file_name;
     {
         const win::file_operation_t operation(unc_file, platform.impersonation);
@@ -89,11 +88,11 @@ std::wstring copy_executable(const std::wstring& local_path, const std::wstring&
 std::wstring executable_unc_path(const std::wstring& command_line, const std::wstring& host,
                                  const deployer_platform_t& platform) {
     const std::wstring_view executable = executable_of(command_line);
-    const std::wstring folder = win::share_local_path(host, admin_share_name, platform.shares);
+    const std::wstring folder = win::share_local_path(host, win::admin_share_name, platform.shares);
     const std::wstring_view rest = path_under(executable, folder);
     if (rest.empty())
         throw exc::runtime_exc_t(text::format("Deployment service was moved to the unknown directory. [%1]", executable));
-    std::wstring path = admin_share_of(host) + L"\\" + std::wstring(rest);
+    std::wstring path = win::admin_share_of(host) + L"\\" + std::wstring(rest);
     logging::info("Service local path: [%1]", path);
     return path;
 }

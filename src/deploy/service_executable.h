@@ -8,11 +8,6 @@
 // token that is registered for the share.
 namespace impl {
 
-inline constexpr const wchar_t* admin_share_name = L"ADMIN$";
-
-// "\\host\ADMIN$"
-std::wstring admin_share_of(const std::wstring& host);
-
 // Copies the local file into the share's folder Korva\Backup, over an old copy even where that is hidden or read-only. Returns
 // the path of the copy as the host itself names it.
 std::wstring copy_executable(const std::wstring& local_path, const std::wstring& host, const deployer_platform_t& platform);

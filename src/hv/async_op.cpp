@@ -20,13 +20,13 @@ CKorvaHvAsyncOp::CKorvaHvAsyncOp(std::wstring task_name, std::shared_ptr<win::rp
     : task_name_(std::move(task_name)),
       client_(std::move(client)),
       operation_id_(operation_id),
-      state_(std::make_shared<const state_t>(state_t{.completed = true, .succeeded = false, .error = {}})) {}
+      state_({.completed = true, .succeeded = false, .error = {}}) {}
 
 void CKorvaHvAsyncOp::Refresh() {
     hv::run(refreshing, {task_name_, operation_id_, client_->host()}, [&] {
         win::rpc::CHvGetAsyncOpStatusMethod command(operation_id_);
         client_->Call(command);
-        state_ = std::make_shared<const state_t>(command.status());
+        state_.set(command.status());
     });
 }
 

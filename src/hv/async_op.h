@@ -2,10 +2,10 @@
 
 #include <windows.h>
 
-#include <atomic>
 #include <memory>
 #include <string>
 
+#include "hv/shared_record.h"
 #include "rpc/client.h"
 #include "rpc/values.h"
 
@@ -20,23 +20,19 @@ public:
     CKorvaHvAsyncOp(std::wstring task_name, std::shared_ptr<win::rpc::CRpcClientBase> client, const GUID& operation_id);
 
     // What the last Refresh reported; none of these talks to the host.
-    bool IsCompleted() const { return state()->completed; }
-    bool IsSucceeded() const { return state()->succeeded; }
-    std::wstring ErrDescription() const { return state()->error; }
+    bool IsCompleted() const { return state_.value().completed; }
+    bool IsSucceeded() const { return state_.value().succeeded; }
+    std::wstring ErrDescription() const { return state_.value().error; }
     const GUID& OperationID() const noexcept { return operation_id_; }
 
     // Asks the host. A failure leaves the state as it was.
     void Refresh();
 
 private:
-    using state_t = win::rpc::async_status_t;
-
-    std::shared_ptr<const state_t> state() const { return state_.load(); }
-
     const std::wstring task_name_;
     const std::shared_ptr<win::rpc::CRpcClientBase> client_;
     const GUID operation_id_;
-    std::atomic<std::shared_ptr<const state_t>> state_;  // replaced as a whole: consoles read in one thread and poll in another
+    hv::shared_record_t<win::rpc::async_status_t> state_;  // consoles read in one thread and poll in another
 };
 
 }  // namespace impl

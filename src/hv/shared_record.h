@@ -1,6 +1,7 @@
 #pragma once
 
 #include <mutex>
+#include <utility>
 
 #include "foundation/lock.h"
 
@@ -15,6 +16,10 @@ public:
     Record value() const {
         const std::lock_guard guard(lock_);
         return value_;
+    }
+    void set(Record value) {
+        const std::lock_guard guard(lock_);
+        value_ = std::move(value);
     }
     template <class T>
     void set(T Record::*member, const T& value) {

@@ -1,6 +1,7 @@
 #include "vdisk/mount_manager.h"
 
 #include "foundation/errors.h"
+#include "foundation/fire_com_exc.h"
 #include "logging/write.h"
 
 namespace impl {
@@ -49,7 +50,7 @@ bool CVDiskMountManager::IsSupportedVhdMount() {
         VhdMounter();
         return true;
     } catch (const std::exception& error) {
-        logging::debug("VHD mounting is not supported: %1", error.what());
+        logging::debug("VHD mounting is not supported: %1", exc::message_of(error));
         return false;
     }
 }

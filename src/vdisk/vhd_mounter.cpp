@@ -6,7 +6,6 @@
 #include "foundation/format.h"
 #include "foundation/nesting.h"
 #include "logging/write.h"
-#include "vdisk/fold_case.h"
 
 namespace impl::vdmount {
 namespace {
@@ -66,8 +65,7 @@ void CVhdMounter::mount_volumes(const std::wstring& vhd_path,
     exc::wrap_errors(fail, [&] {
         const auto scope = logging::scoped("Mounting virtual disk '%1'.", vhd_path);
         const std::lock_guard guard(lock_);
-        const std::wstring key = fold_case(vhd_path);
-        if (disks_.contains(key))
+        if (disks_.contains(vhd_path))
             throw exc::runtime_exc_t("It is mounted already.");
         const auto privilege = platform_.take_privilege(win::manage_volume_privilege);
         auto mounted = std::make_unique<mounted_disk_t>(library_, vhd_path);
@@ -76,7 +74,7 @@ void CVhdMounter::mount_volumes(const std::wstring& vhd_path,
             mounted->mounts.emplace_back(platform_.mount_points, path, volume);
             logging::info("Volume '%1' is mounted at '%2'.", volume.name, path);
         }
-        disks_.emplace(key, std::move(mounted));
+        disks_.emplace(vhd_path, std::move(mounted));
     });
 }
 
@@ -108,7 +106,7 @@ void CVhdMounter::Umount(const std::wstring& vhd_path) {
     const auto fail = [&] { return text::format("Failed to unmount virtual disk '%1'.", vhd_path); };
     exc::wrap_errors(fail, [&] {
         const std::lock_guard guard(lock_);
-        const auto disk = disks_.find(fold_case(vhd_path));
+        const auto disk = disks_.find(vhd_path);
         if (disk == disks_.end())
             throw exc::runtime_exc_t("It is not mounted.");
         unmount(*disk->second);

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "foundation/lock.h"
+#include "foundation/names.h"
 #include "foundation/poll_policy.h"
 #include "vdisk/disk_volumes.h"
 #include "vdisk/privilege.h"
@@ -48,7 +49,7 @@ public:
 
 private:
     struct mounted_disk_t;
-    using disks_t = std::map<std::wstring, std::unique_ptr<mounted_disk_t>>;
+    using disks_t = std::map<std::wstring, std::unique_ptr<mounted_disk_t>, win::name_less_t>;
 
     // Attaches the disk and mounts each volume at the path that `mount_path` gives for it.
     void mount_volumes(const std::wstring& vhd_path, const std::function<std::wstring(const disk_volume_t&)>& mount_path);

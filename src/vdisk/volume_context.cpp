@@ -24,8 +24,8 @@ void check_directory(const volume_functions_t& functions, const std::wstring& pa
 
 }  // namespace
 
-volume_context_t::volume_context_t(std::wstring path, bool check, const volume_functions_t& table)
-    : mount_point(std::move(path)), must_be_directory(check), functions(table) {
+volume_context_t::volume_context_t(std::wstring path, bool must_be_directory, const volume_functions_t& table)
+    : mount_point(std::move(path)), functions(table) {
     if (must_be_directory)
         check_directory(functions, mount_point);
     if (!mount_point.ends_with(L'\\'))
