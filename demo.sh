@@ -28,7 +28,6 @@ log="$WINEPREFIX/drive_c/ProgramData/Korva/Backup/Auxiliary.KorvaProxyClient.log
 mkdir -p "$out"
 
 say() { printf '\n== %s\n' "$*"; }
-windows_path() { local path=$PWD/$1; echo "Z:${path//\//\\}"; }
 
 register_dll() {
     say "Registering KorvaProxyClient.dll in build/wineprefix"
@@ -36,20 +35,12 @@ register_dll() {
     echo "registered"
 }
 
-# Starts korva-lab.exe with the given options on a free port, which is then in $port.
-start_lab() {
-    local lab
+# Starts the lab on a free port.
+show_lab() {
     say "Starting the lab"
-    rm -f "$out/lab.log" "$out/requests.log"
-    touch "$out/lab.log"
-    "$WINE" "$bin/korva-lab.exe" --port 0 --trace "$(windows_path $out/requests.log)" --quiet "$@" >"$out/lab.log" 2>&1 </dev/null &
-    lab=$!
-    until grep -q 'endpoint mapper' "$out/lab.log"; do
-        kill -0 "$lab" 2>/dev/null || { cat "$out/lab.log" >&2; exit 1; }
-        sleep 0.1
-    done
+    rm -f "$out/requests.log"
+    start_lab "$bin/korva-lab.exe" "$out/lab.log" --port 0 --trace "$(windows_path $out/requests.log)" --quiet
     cat "$out/lab.log"
-    port=$(sed -n 's/^korva-lab serves on port \([0-9]*\).*/\1/p' "$out/lab.log")
     # The library's log goes on behind what earlier runs wrote.
     logged=$(stat -c %s "$log" 2>/dev/null || echo 0)
 }

@@ -39,7 +39,7 @@ wine_session() {
     local owner
     owner=$(cat "$session_owner" 2>/dev/null || true)
     if [ -n "$owner" ] && [ "$(readlink "/proc/$owner/cwd")" = "$PWD" ]; then
-        echo "Process $owner ($(ps -o args= -p "$owner")) is using build/wineprefix; wait for its end." >&2
+        echo "Process $owner ($(ps -o args= -p "$owner")) is using Wine in build/; wait for its end." >&2
         exit 1
     fi
     echo $$ > "$session_owner"
@@ -58,6 +58,21 @@ end_wine_session() {
     "$WINESERVER" -k >/dev/null 2>&1 || true
     "$WINESERVER" -w >/dev/null 2>&1 || true
     rm -f "$session_owner"
+}
+
+windows_path() { local path; path=$(realpath -m "$1"); echo "Z:${path//\//\\}"; }
+
+# start_lab PROGRAM OUTPUT OPTION...: starts korva-lab.exe, whose port is then in $port; what it prints goes to the file OUTPUT.
+start_lab() {
+    local lab
+    : >"$2"
+    "$WINE" "$1" "${@:3}" >"$2" 2>&1 </dev/null &
+    lab=$!
+    until grep -q 'endpoint mapper' "$2"; do
+        kill -0 "$lab" 2>/dev/null || { cat "$2" >&2; exit 1; }
+        sleep 0.1
+    done
+    port=$(sed -n 's/^korva-lab serves on port \([0-9]*\).*/\1/p' "$2")
 }
 
 # build [PRESET [TARGET...]]

@@ -1,6 +1,6 @@
 # commands go from a console through COM to the lab and back; then two of them fail
 register_dll
-start_lab
+show_lab
 
 say "The console calls the invoker service through COM"
 console 0 --port "$port" invoke GetHostInfo '<Host name="hv-01"/>'

@@ -1,6 +1,6 @@
 # a backup: a snapshot of a host, its import on a proxy, a restore, change tracking; and what happens when something fails
 register_dll
-start_lab
+show_lab
 # The lab plays both machines: its port as the host's, then as the proxy's.
 connection=(--host localhost --port "$port" --account 'LAB\operator')
 web=6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02

@@ -11,7 +11,7 @@ export KORVA_PASSWORD=any
 installed=$WINEPREFIX/drive_c/Program\ Files/KorvaProxyClient
 products() { wine reg query 'HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall' /s 2>/dev/null | tr -d '\r' | grep -A40 -i KorvaProxyClient || true; }
 classes before
-start_lab "$kit"
+start_lab "$kit/lab/korva-lab.exe" "$try/lab.log" --port 0 --quiet
 
 wine msiexec /qn /i "$(windows_path "$try/old/$name.msi")"
 [ -e "$installed/sdk/old.txt" ] || failed "the old version is not installed"
@@ -29,11 +29,12 @@ same_classes before after "the removal leaves keys"
 [ ! -e "$installed" ] || failed "the removal leaves files: $(find "$installed")"
 [ -z "$(products)" ] || failed "the removal leaves the product: $(products)"
 
-# The installer's rows are what the DLL writes itself: nothing changes as it registers, nothing is left as it unregisters. But
-# for what the platform adds to a type library: its flags, and the 32-bit view of its interfaces, which no 32-bit process can use.
+# The installer's rows are what the DLL writes itself: it unregisters all of them, and registers them anew. But for what the
+# platform adds to a type library: its flags, and the 32-bit view of its interfaces, which no 32-bit process can use.
 wine msiexec /qn /i "$(windows_path "$kit.msi")" ADDLOCAL=Library
-[ -e "$installed/bin/KorvaProxyClient.dll" ] && [ ! -e "$installed/sdk" ] || failed "ADDLOCAL=Library does not leave the SDK out"
-for state in installed registered unregistered; do
+files=$(cd "$installed" && find . -type f -printf '%P\n' | LC_ALL=C sort | xargs)
+[ "$files" = "bin/KorvaProxyClient.Assembly.manifest bin/KorvaProxyClient.dll sbom.spdx.json" ] || failed "ADDLOCAL=Library installs $files"
+for state in installed unregistered registered; do
     case $state in
         registered) wine regsvr32 /s 'C:\Program Files\KorvaProxyClient\bin\KorvaProxyClient.dll' ;;
         unregistered) wine regsvr32 /s /u 'C:\Program Files\KorvaProxyClient\bin\KorvaProxyClient.dll' ;;

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """The installer's description for wixl, from a kit: installer.py VERSION KIT-FOLDER FILE (beside the folder)
 
-Feature Library: bin/, what lies beside it, and the registration, as rows instead of the DLL's own, so that the installer can repair
-and remove them. Feature SDK: all the rest; ADDLOCAL=Library leaves it out.
+Feature Library: what a machine needs that runs a console, and the registration, as rows instead of the DLL's own, so that the
+installer can repair and remove them. Feature SDK: all the rest; ADDLOCAL=Library leaves it out.
 """
 import pathlib
 import sys
@@ -14,6 +14,7 @@ import idl
 # The product's own, for ever: by it an installer finds older versions. All other identifiers follow from it.
 UPGRADE_CODE = uuid.UUID("5B7E3B46-0C0B-4A0E-8E0B-6D8E1C5C9A51")
 DLL = "bin/KorvaProxyClient.dll"
+LIBRARY = [DLL, "bin/KorvaProxyClient.Assembly.manifest", "sbom.spdx.json"]
 
 
 def guid(name):
@@ -78,7 +79,7 @@ def folder_lines(kit, folder, components):
             yield "</Directory>"
             continue
         component = "c" + key(name)
-        components["SDK" if "/" in name and not name.startswith("bin/") else "Library"].append(component)
+        components["Library" if name in LIBRARY else "SDK"].append(component)
         yield f'<Component Id="{component}" Guid="{guid(name)}" Win64="yes">'
         yield f'<File Id="{key(name)}" Name={quoteattr(path.name)} Source={quoteattr(kit.name + "/" + name)} KeyPath="yes"/>'
         if name == DLL:
@@ -91,7 +92,7 @@ def main(version, kit, target):
     components = {"Library": [], "SDK": []}
     folders = list(folder_lines(kit, kit, components))
     features = []
-    for name, options in (("Library", 'Title="Library" Absent="disallow"'), ("SDK", 'Title="SDK: descriptions, samples, lab, documentation"')):
+    for name, options in (("Library", 'Title="Library" Absent="disallow"'), ("SDK", 'Title="SDK: descriptions, samples, programs, documentation"')):
         features += [f'<Feature Id="{name}" {options} Level="1">']
         features += [f'<ComponentRef Id="{component}"/>' for component in components[name]] + ["</Feature>"]
     lines = [

@@ -2,7 +2,7 @@
 version=$(sed -n 's/^project(KorvaProxyClient VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 name=KorvaProxyClient-$version
 # One time for all that carries one: that of the sources.
-SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || date -d 2026-01-01 +%s)}
+SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct 2>/dev/null || date -ud 2026-01-01 +%s)}
 export SOURCE_DATE_EPOCH
 # Paths that a compiler cache rewrites would stand in the symbol file.
 unset CCACHE_BASEDIR CCACHE_NOHASHDIR
@@ -15,11 +15,6 @@ make_kit() {
     echo "-- packing $name"
     rm -rf "$2"
     fill_kit "build/$1" "$2/$name"
-    for file in "$2/$name"/bin/*.dll "$2/$name"/*/*.exe; do
-        sign "$file"
-    done
-    python scripts/package/sbom.py "$version" "$2/$name/bin/KorvaProxyClient.dll" "$2/$name/sbom.spdx.json"
-    (cd "$2/$name" && find . -type f ! -name SHA256SUMS -printf '%P\0' | LC_ALL=C sort -z | xargs -0 sha256sum > SHA256SUMS)
     python scripts/package/archive.py "$2/$name" "$2/$name.zip"
     make_installer "$version" "$2/$name"
     sign "$2/$name.msi"
@@ -54,8 +49,14 @@ fill_kit() {
     done
     cp idl/{call_result,deployment,hv_integration,invoker}.idl "$kit/sdk/wire/"
     cp samples/*.{cpp,cs,ps1,vbs} "$bin/early_bound.exe.manifest" "$kit/samples/"
-    cp docs/*.md CHANGELOG.md "$kit/docs/"
+    cp docs/{guide,lab,troubleshooting}.md CHANGELOG.md "$kit/docs/"
+    sed "s/VERSION/$version/" scripts/package/kit_readme.md > "$kit/README.md"
     python scripts/package/reference.py "$kit/docs/reference.md"
+    for file in "$kit"/bin/*.dll "$kit"/*/*.exe; do
+        sign "$file"
+    done
+    python scripts/package/sbom.py "$version" "$kit/bin/KorvaProxyClient.dll" "$kit/sbom.spdx.json"
+    (cd "$kit" && find . -type f ! -name SHA256SUMS -printf '%P\0' | LC_ALL=C sort -z | xargs -0 sha256sum > SHA256SUMS)
 }
 
 # sign FILE: nothing without a certificate.

@@ -11,6 +11,7 @@ import pathlib
 import re
 import subprocess
 import sys
+import urllib.parse
 import uuid
 
 # What is linked into the DLL: name, Debian package, licence.
@@ -42,7 +43,7 @@ for name, debian, licence in LINKED:
     packages.append(package(f"SPDXRef-{name}", name, re.match(r"[\d.]+", found)[0], licence,
                             comment=f"from Debian's package {debian} {found}",
                             externalRefs=[{"referenceCategory": "PACKAGE-MANAGER", "referenceType": "purl",
-                                           "referenceLocator": f"pkg:deb/debian/{debian}@{found}"}]))
+                                           "referenceLocator": f"pkg:deb/debian/{urllib.parse.quote(debian)}@{urllib.parse.quote(found, ':')}"}]))
     relationships.append({"spdxElementId": "SPDXRef-KorvaProxyClient", "relationshipType": "STATIC_LINK",
                           "relatedSpdxElement": f"SPDXRef-{name}"})
 created = datetime.datetime.fromtimestamp(int(os.environ["SOURCE_DATE_EPOCH"]), datetime.timezone.utc)
