@@ -46,7 +46,8 @@ void release() noexcept {
 
 void register_library() {
     std::wstring path = module::path();
-    check(::RegisterTypeLib(get().get(), path.data(), nullptr), "Failed to register the type library.");
+    std::wstring folder = path.substr(0, path.rfind(L'\\') + 1);  // for help files; with its "\", as installers write folders
+    check(::RegisterTypeLib(get().get(), path.data(), folder.data()), "Failed to register the type library.");
 }
 
 void unregister_library() {

@@ -65,7 +65,7 @@ lines_t expected_lines() {
     wchar_t path[MAX_PATH] = {};
     ::GetModuleFileNameW(::GetModuleHandleW(L"KorvaProxyClient.dll"), path, MAX_PATH);
     const std::string module = text::narrow(path);
-    std::string all = text::format(module_lines, module, module.substr(0, module.rfind('\\')));
+    std::string all = text::format(module_lines, module, module.substr(0, module.rfind('\\') + 1));
     for (const auto& row : creatable_classes)
         all += text::format(class_lines, module, row.clsid, row.prog_id, row.version_independent_prog_id, row.description);
     lines_t lines;
