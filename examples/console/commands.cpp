@@ -81,7 +81,9 @@ void print_help() {
         "  --xml           print one XML document instead of text; progress goes to standard error\n"
         "  --              what follows are arguments\n"
         "\n"
-        "Exit codes: 0 done, 1 failed, 2 the command line is wrong, 130 interrupted by Ctrl-C.");
+        "Errors go to standard error; with --xml, those of the command into the document.\n"
+        "Exit codes: 0 done, 1 failed, 2 the command line is wrong, 130 interrupted by Ctrl-C (and tidied up on the host;\n"
+        "a second Ctrl-C ends at once).");
 }
 
 void print_help(const command_t& command) {

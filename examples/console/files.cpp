@@ -4,9 +4,9 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
-#include "foundation/errors.h"
 
 #include "foundation/convert.h"
+#include "foundation/errors.h"
 #include "foundation/nesting.h"
 
 namespace {

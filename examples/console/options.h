@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 #include <vector>
+
 #include "foundation/errors.h"
 
 // A command line that asks for nothing that the console can do.

@@ -19,11 +19,6 @@ std::string attributes(fields_t fields) {
     return text;
 }
 
-void print_lines(const std::vector<std::string>& lines) {
-    for (const std::string& line : lines)
-        print(as_xml ? text::format("    <Line>%1</Line>", xml::escaped<char>(line)) : "    " + line);
-}
-
 }  // namespace
 
 xml_output::xml_output(bool wanted, std::wstring_view command) {
@@ -58,6 +53,7 @@ void show_progress(const std::string& text) {
 
 void show_failure(const std::exception& error) {
     const auto* const call = dynamic_cast<const call_failed*>(&error);
+    const std::vector<std::string> lines = call ? call->lines() : exc::lines_of(error);
     if (as_xml) {
         print(call
                   ? text::format("  <Error%1>", attributes({{"Call", call->what()},
@@ -65,18 +61,20 @@ void show_failure(const std::exception& error) {
                                                             {"Interface", call->interface_name()},
                                                             {"Source", call->source()}}))
                   : "  <Error>");
-        print_lines(call ? call->lines() : exc::lines_of(error));
+        for (const std::string& line : lines)
+            print(text::format("    <Line>%1</Line>", xml::escaped<char>(line)));
         print("  </Error>");
-    } else if (call) {
-        const std::string from = call->interface_name().empty() ? "" : " by " + call->interface_name();
-        const std::string source = call->source().empty() ? "" : ", source " + call->source();
-        show(call->what(),
-             text::format("failed with HRESULT %1%2%3", text::hex8(static_cast<std::uint32_t>(call->result())), from, source));
-        print_lines(call->lines());
     } else {
         std::fflush(stdout);
         const char* before = "korva-console: ";
-        for (const std::string& line : exc::lines_of(error)) {
+        if (call) {
+            const std::string from = call->interface_name().empty() ? "" : " by " + call->interface_name();
+            const std::string source = call->source().empty() ? "" : ", source " + call->source();
+            std::fprintf(stderr, "%-28s failed with HRESULT %s%s%s\n", call->what(),
+                         text::hex8(static_cast<std::uint32_t>(call->result())).c_str(), from.c_str(), source.c_str());
+            before = "    ";
+        }
+        for (const std::string& line : lines) {
             std::fprintf(stderr, "%s%s\n", before, line.c_str());
             before = "    ";
         }

@@ -5,9 +5,10 @@
 #include <array>
 #include <cstdio>
 #include <optional>
-#include "foundation/errors.h"
 
 #include "foundation/convert.h"
+#include "foundation/errors.h"
+#include "steps.h"
 
 namespace {
 
@@ -67,8 +68,10 @@ std::basic_string<Char> read_line(HANDLE input) {
     while (read_character(input, line[length]) && line[length] != '\n')
         if (++length == longest)
             throw exc::runtime_exc_t("The password is too long.");
-    if (line[length] != '\n' && length == 0)
+    if (line[length] != '\n' && length == 0) {
+        pause_for(500);  // Ctrl-C ends the read a little before it is told
         throw exc::runtime_exc_t("There is no password: set KORVA_PASSWORD, or answer when it is asked for.");
+    }
     if (length > 0 && line[length - 1] == '\r')
         --length;
     return {line.data(), length};

@@ -1,8 +1,23 @@
 #include "steps.h"
 
+#include <cstdio>
+
 #include "foundation/ctrl_c.h"
 
-void catch_ctrl_c() { win::ctrl_c_event(); }
+namespace {
+
+// The call that is running can take minutes to fail.
+BOOL WINAPI announce(DWORD) {
+    std::fputs("Interrupted: the running call ends, then this tidies up. Another Ctrl-C ends at once.\n", stderr);
+    return FALSE;  // to the handler that sets the event
+}
+
+}  // namespace
+
+void catch_ctrl_c() {
+    win::ctrl_c_event();
+    ::SetConsoleCtrlHandler(announce, TRUE);
+}
 
 void stop_if_asked() { pause_for(0); }
 
