@@ -11,7 +11,7 @@
 #include "logging/write.h"
 
 // What stands between a COM method and the library's plain C++: pointers are checked, outputs cleared, and nothing that is
-// thrown leaves. This is the only place that catches everything.
+// thrown leaves. This is the only place where what was thrown becomes a result.
 namespace com {
 
 struct pointers_t {
