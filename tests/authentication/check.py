@@ -14,6 +14,8 @@ failures = 0
 def probe(peer, mode, password=PASSWORD, calls=1):
     run = subprocess.run([*sys.argv[1:], str(peer.port), "LAB", "operator", mode, str(calls)], capture_output=True, timeout=120,
                          stdin=subprocess.DEVNULL, env=dict(os.environ, KORVA_PASSWORD=password))
+    check(f"{mode}: how the probe ends", run.returncode, 0)
+    check(f"{mode}: messages as they are to be", peer.problems, [])
     return run.stdout.decode("utf-8", "replace").replace("\r", "").split("\n")[:-1]
 
 
@@ -37,8 +39,8 @@ def case_good(level, mode, calls):
     lines = probe(peer, mode, calls=calls)
     check(f"{mode}: every method works", lines, [binding(level)] + steps("good", calls))
     check(f"{mode}: what ran", peer.executed, [(2, level), (0, level), (1, level)] * calls)
-    check(f"{mode}: who it was", {(a.domain, a.user, a.level, a.accepted) for a in peer.attempts}, {("LAB", "operator", level, True)})
-    check(f"{mode}: signatures", peer.problems, [])
+    check(f"{mode}: who it was", [(a.domain, a.user, a.level, a.accepted) for a in peer.attempts],
+          [("LAB", "operator", level, True)])
     seen = [marker in peer.raw for marker in MARKERS]
     check(f"{mode}: plain texts on the wire", seen, [level == CONNECT] * len(MARKERS))
     check(f"{mode}: the password on the wire", any(PASSWORD.encode(code) in peer.raw for code in ("utf-8", "utf-16le")), False)
@@ -48,24 +50,24 @@ def case_wrong_password(level, mode):
     peer = Peer({"operator": "another"})
     lines = probe(peer, mode)
     check(f"{mode}, wrong password: nothing runs", peer.executed, [])
-    check(f"{mode}, wrong password: each call fails", [line.split(":")[0] for line in lines if line.endswith("good")], ["Connect"])
-    check(f"{mode}, wrong password: no call waits", "wait" in lines, False)
-    check(f"{mode}, wrong password: one binding", lines.count(binding(level)), 1)
-    check(f"{mode}, wrong password: no password in a text", any(PASSWORD in line for line in lines), False)
+    check(f"{mode}, wrong password: one binding, no wait, each call fails", lines, [binding(level), "Connect: good"] + [
+        f"{step}: RPC function call failed. Function name: [{name}]. Target machine: [127.0.0.1].|Access denied."
+        for step, name in [("TestConnection", "InvokerTestConnection"), ("DoRpc", "DoRpc"), ("DoRpcWithBinary", "DoRpcWithBinary")]])
     # Wine drops a connection that was refused, so each of the three calls authenticates anew, once.
     check(f"{mode}, wrong password: one attempt a call", [a.accepted for a in peer.attempts], [False] * 3)
 
 
-def case_lost():
+def case_unavailable():
+    # The status that a lost service gives, here as a fault: a real loss would be repeated on the same binding first.
     peer = Peer({"operator": PASSWORD}, lose_after=1)
     lines = probe(peer, "secure")
-    check("lost connection: reconnects without privacy", lines,
+    check("service unavailable: reconnects without privacy", lines,
           [binding(PRIVACY)] + steps("good")[:2] + [binding(CONNECT)] + steps("good")[2:])
-    check("lost connection: levels of the calls", [level for _, level in peer.executed], [PRIVACY, CONNECT, CONNECT])
+    check("service unavailable: levels of the calls", [level for _, level in peer.executed], [PRIVACY, CONNECT, CONNECT])
 
 
 cases = [lambda: case_good(CONNECT, "connect", 3), lambda: case_good(PRIVACY, "secure", 10),
-         lambda: case_wrong_password(CONNECT, "connect"), lambda: case_wrong_password(PRIVACY, "secure"), case_lost]
+         lambda: case_wrong_password(CONNECT, "connect"), lambda: case_wrong_password(PRIVACY, "secure"), case_unavailable]
 for case in cases:
     case()
 print(f"{len(cases)} authentication cases, {failures} failures")
