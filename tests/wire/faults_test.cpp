@@ -57,6 +57,8 @@ const row_t rows[] = {
     {"bind refused, limit", refusing_bind(2), 1723, one, 1, 0, false},
     {"unknown interface", rejecting_context(1), 1717, one, 1, 0, false},
     {"reply stub cut short", wire::replying(wire::parse("PTR 0500")), 1783, one, 1, 0, true},
+    {"a string that counts more than comes", wire::replying(wire::parse("PTR 40000000 00000000 40000000 61006200")), 1783, one,
+     1, 0, true},
     {"no reply stub", wire::replying({}), 1783, one, 1, 0, true},
     {"garbage for a reply", wire::sending(wire::bytes(64, 0xCC)), 1728, one, 1, 0, true},
     {"garbage for a bind answer", wire::sending_at_bind(wire::bytes(64, 0xCC)), 1728, one, 1, 0, false},
@@ -112,7 +114,10 @@ protected:
             return real(text, binding);
         };
         client_ = win::rpc::make_invoker_client(std::move(functions));
-        client_->retry_policy().wait = [this](std::uint32_t) { ++waits_; };
+        client_->retry_policy().wait = [this](std::uint32_t milliseconds) {
+            ++waits_;
+            EXPECT_TRUE(milliseconds > 0 && milliseconds <= 10'000) << milliseconds;
+        };
         client_->SetAccount(L"LAB", L"user", L"secret");
     }
 
@@ -160,6 +165,9 @@ TEST_F(ConnectionFaults, AClosedPortCostsOneReconnectAndAllAttempts) {
     client_->SetEndpoint(L"127.0.0.1", wire::peer().port());
     expect_failure(call_failed(1722), 1, 12, 11);  // a call that had to connect first never reconnects
     expect_failure(call_failed(1722), 1, 12, 10);  // the repeat after the reconnect does not wait
+    const wire::peer service({wire::replying(good_reply)});
+    client_->SetEndpoint(L"127.0.0.1", service.port());
+    expect_success(2);  // the first on the old binding
 }
 
 TEST_F(ConnectionFaults, PortZeroWithAMapperThatKnowsNothing) {

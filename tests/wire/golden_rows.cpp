@@ -216,9 +216,9 @@ std::string with_names(const std::string& cell) {
 
 std::vector<table_t> read_tables() {
     const table_t services[] = {
-        {"deployment", service_t::deployment, make_deployment_client, deployment, {}},
-        {"integration", service_t::hv_integration, make_integration_client, integration, {}},
-        {"invoker", service_t::invoker, make_invoker_client, invoker, {}},
+        {"deployment", service_t::deployment, make_deployment_client, deployment, {}, {}},
+        {"integration", service_t::hv_integration, make_integration_client, integration, {}, {}},
+        {"invoker", service_t::invoker, make_invoker_client, invoker, {}, {}},
     };
     std::vector<table_t> tables;
     std::istringstream file(golden_text);
@@ -236,6 +236,7 @@ std::vector<table_t> read_tables() {
             names[number] = with_names(inputs);
         } else if (name == "service") {
             tables.push_back(*std::ranges::find(services, number, &table_t::name));
+            tables.back().syntaxes = parse(with_names(inputs));
         } else {
             table_t& table = tables.back();
             const auto operation = static_cast<std::uint16_t>(std::stoul(number));

@@ -30,6 +30,7 @@ struct table_t {
     win::rpc::service_t service;
     std::shared_ptr<win::rpc::CRpcClientBase> (*make_client)(win::rpc::rpc_functions_t);
     std::span<const procedure_t> procedures;  // by operation number
+    bytes syntaxes;                           // as request_t has them
     std::vector<row_t> rows;
 };
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 
 #include "tests/wire/golden_rows.h"
@@ -21,9 +22,12 @@ TEST(GoldenBytes, OfEveryProcedureAreExactlyThese) {
             current = &row;
             const std::size_t before = peer.requests().size();
             EXPECT_EQ(row.run(*client), row.outputs);
-            ASSERT_GT(peer.requests().size(), before);
-            const wire::request_t request = peer.requests().back();
-            EXPECT_EQ(request.operation, row.operation);
+            const auto requests = peer.requests();
+            ASSERT_GT(requests.size(), before);
+            const wire::request_t& request = requests.back();
+            EXPECT_EQ(wire::hex(request.syntaxes), wire::hex(table.syntaxes));
+            const auto sent = std::span(requests).subspan(before);
+            EXPECT_EQ(std::ranges::count(sent, row.operation, &wire::request_t::operation), 1) << "sent once";
             EXPECT_EQ(wire::hex(wire::with_our_referents(request.stub, row.request)), wire::hex(wire::parse(row.request)));
             EXPECT_EQ(wire::live_blocks(), 0) << "all that the reply brought is freed with its command";
             pinned.emplace(table.service, request.operation);

@@ -24,6 +24,9 @@ bool receive(SOCKET socket, std::span<std::uint8_t> to, const std::atomic<bool>&
     return true;
 }
 
+// In a bind: behind the fragment sizes, the group and the first context's number.
+constexpr std::ptrdiff_t syntaxes_at = header_size + 16;
+
 // Empty at the connection's end.
 bytes receive_pdu(SOCKET socket, const std::atomic<bool>& stopping) {
     bytes pdu(header_size);
@@ -110,7 +113,7 @@ peer::~peer() {
     acceptor_.join();
     ::closesocket(waker);
     ::closesocket(listener_);
-    threads_.clear();
+    connections_.clear();
     ::WSACleanup();
 }
 
@@ -134,9 +137,12 @@ void peer::accept_loop() {
         const SOCKET socket = ::accept(listener_, nullptr, nullptr);
         if (socket == INVALID_SOCKET)
             return;
-        threads_.emplace_back([this, socket, connection] {
+        connections_.remove_if([](const connection_t& c) { return c.ended.load(); });
+        connection_t& opened = connections_.emplace_back();
+        opened.thread = std::jthread([this, socket, connection, &opened] {
             serve(socket, connection);
             ::closesocket(socket);
+            opened.ended = true;
         });
         if (stopping_)
             return;
@@ -158,6 +164,7 @@ void peer::serve(SOCKET socket, std::size_t connection) {
                 return arm_reset(socket);
             if (at_start.refuse_bind)
                 return send_all(socket, at_start.refuse_bind(call_id));
+            request.syntaxes.assign(pdu.begin() + syntaxes_at, pdu.begin() + syntaxes_at + 2 * 20);
             const std::size_t auth_length = get16(pdu, auth_length_at);
             const std::uint8_t auth_level = auth_length == 0 ? 0 : pdu[pdu.size() - auth_length - 7];
             const auto answer = type == pdu_type::bind ? pdu_type::bind_ack : pdu_type::alter_context_response;
@@ -166,7 +173,7 @@ void peer::serve(SOCKET socket, std::size_t connection) {
                 return arm_reset(socket);
         } else if (type == pdu_type::request) {
             if (pdu[flags_at] & first_fragment)
-                request = {get16(pdu, header_size + 6), {}};
+                request = {get16(pdu, header_size + 6), {}, std::move(request.syntaxes)};
             const bytes stub = fragment_stub(pdu);
             request.stub.insert(request.stub.end(), stub.begin(), stub.end());
             if (!(pdu[flags_at] & last_fragment))

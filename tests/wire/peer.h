@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <functional>
+#include <list>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -16,6 +17,7 @@ namespace wire {
 struct request_t {
     std::uint16_t operation;
     bytes stub;
+    bytes syntaxes;  // of its bind: the interface and the transfer syntax, each as its UUID and version
 };
 
 // What the peer does on one connection. The first connection takes the first entry of the script, and so on; the last entry
@@ -52,6 +54,10 @@ public:
     std::vector<request_t> requests() const;
 
 private:
+    struct connection_t {
+        std::atomic<bool> ended = false;
+        std::jthread thread = {};
+    };
     void accept_loop();
     void serve(SOCKET socket, std::size_t connection);
     behaviour_t behaviour(std::size_t connection) const;
@@ -62,7 +68,7 @@ private:
     std::vector<behaviour_t> script_;
     std::vector<request_t> requests_;
     std::atomic<bool> stopping_ = false;
-    std::vector<std::jthread> threads_;
+    std::list<connection_t> connections_;
     std::jthread acceptor_;
 };
 
