@@ -68,6 +68,7 @@ TEST(Errors, NestingKeepsTheCausesLinesBeneath) {
     const auto fail = [](auto&& step) { return thrown([&] { exc::wrap_errors([] { return std::string("outer"); }, step); }); };
     EXPECT_EQ(fail([] { throw exc::win_sys_exc_t("inner", 5); }), (lines{"outer", access_denied, "inner"}));
     EXPECT_EQ(fail([] { throw std::runtime_error("plain"); }), (lines{"outer", "plain"}));
+    EXPECT_EQ(fail([] { throw std::runtime_error("voll \xfc"); }), (lines{"outer", "voll \xc3\xbc"})) << "in the code page";
     EXPECT_EQ(fail([] { throw impl::rt_exception("of an object"); }), (lines{"outer", "of an object"}));
     EXPECT_EQ(fail([] { exc::wrap_errors("middle", [] { throw exc::rpc_exc_t(5); }); }),
               (lines{"outer", "middle", access_denied}));
@@ -139,6 +140,8 @@ TEST(FireComExc, TranslatesEachKind) {
             EXPECT_TRUE(IsEqualGUID(object->source, source_iid));
         }
     }
+    exc::CFireComExcMixin::fire_com_exc(std::out_of_range("voll \xfc"), source_iid);
+    EXPECT_EQ(description_of_error(), "voll \xc3\xbc") << "a foreign text is in the code page";
 }
 
 }  // namespace
