@@ -28,6 +28,9 @@ TEST_F(guard_test, EveryErrorIsLoggedAndLeavesAsItsHresultWithItsText) {
         {"an empty text", [] { throw exc::runtime_exc_t(""); }, 0x80020009, "", "ERR |Exception message is not available."},
         {"no exception at all", [] { throw 5; }, 0x80020009, "Exception message is not available.",
          "ERR |Exception message is not available."},
+        {"a code of the system's", [] { throw exc::win_sys_exc_t("m", 5); }, 0x80070005, exc::win_sys_exc_t("m", 5).what(),
+         "ERR |Access denied."},
+        {"a status of the remote call's", [] { throw exc::rpc_exc_t(5); }, 0x80010005, "Access denied.", "ERR |Access denied."},
         {"what somebody else left is not quoted", [] { throw exc::com_exc_t(E_FAIL, "m"); }, 0x80020009,
          " Error code: 0x80004005\nm", "ERR | Error code: 0x80004005"},
     };
@@ -46,6 +49,7 @@ TEST_F(guard_test, EveryErrorIsLoggedAndLeavesAsItsHresultWithItsText) {
         ASSERT_FALSE(log.texts().empty());
         EXPECT_EQ(log.texts().front(), row.logged);
     }
+    std::printf("%zu kinds of errors through the guard\n", std::size(rows));
     leave_foreign_error();
     impl->refresh = [] {};
     EXPECT_EQ(op->Refresh(), S_OK) << "the object stays usable";

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cctype>
 #include <iterator>
 #include <set>
 #include <sstream>
@@ -37,6 +38,11 @@ const struct {
     {"{056B45E0-D227-4254-BC3F-9E1FC5F50F08}", "KorvaProxyClientDll.KorvaProxyInvoker.1",
      "KorvaProxyClientDll.KorvaProxyInvoker", "KorvaProxyInvoker Class"},
 };
+
+// Its lines "IName identifier" are the interfaces.
+constexpr char type_library[] =
+#include "tests/com/type_library.txt"
+    ;
 
 // What stands in the registry, but for the interfaces: of the module %1 in the folder %2, ...
 constexpr char module_lines[] = R"(AppID\{D88799BF-EE46-44CB-9204-C00BF04D70D0} []=KorvaProxyClientDll
@@ -147,11 +153,18 @@ TEST_F(registration_test, WritesExactlyTheseKeysAndTakesThemAllBack) {
         EXPECT_THAT(minus(found, expected), IsEmpty()) << "too much";
         EXPECT_THAT(minus(expected, found), IsEmpty()) << "missing";
 
-        const std::string invoker = "Interface\\{9A71BD96-1BA4-4050-9ED1-E559204CD654}";
-        EXPECT_THAT(interface_keys,
-                    ::testing::IsSupersetOf({invoker + " []=IProxyRpcInvoker",
-                                             invoker + "\\TypeLib []={049DF1EA-A3CC-4D83-AFA2-3C7FB4DDF37A}",
-                                             invoker + "\\ProxyStubClsid32 []={00020424-0000-0000-C000-000000000046}"}));
+        lines_t expected_interfaces;
+        std::istringstream types(type_library);
+        for (std::string name, iid; types >> name;) {
+            if (name[0] != 'I' || !(types >> iid) || iid.size() != 36)
+                continue;
+            std::ranges::transform(iid, iid.begin(), ::toupper);
+            const std::string key = "Interface\\{" + iid + "}";
+            expected_interfaces.insert({key + " []=" + name, key + "\\TypeLib []={049DF1EA-A3CC-4D83-AFA2-3C7FB4DDF37A}",
+                                        key + "\\ProxyStubClsid32 []={00020424-0000-0000-C000-000000000046}"});
+        }
+        EXPECT_THAT(minus(expected_interfaces, interface_keys), IsEmpty());
+        EXPECT_EQ(expected_interfaces.size(), 3u * 24);
     }
     for (int round = 0; round < 2; ++round) {
         EXPECT_EQ(dll.unregister_server(), S_OK);
@@ -163,7 +176,12 @@ TEST_F(registration_test, LeavesWhatOthersPutBesideIt) {
     const std::wstring foreign = L"KorvaProxyClientDll.KorvaProxyInvoker\\Foreign";
     ASSERT_EQ(dll.register_server(), S_OK);
     ASSERT_EQ(::RegCreateKeyW(HKEY_CLASSES_ROOT, foreign.c_str(), win::unique_registry_key().put()), ERROR_SUCCESS);
-    EXPECT_EQ(dll.unregister_server(), S_OK);
+    const std::wstring stale = L"CLSID\\{056B45E0-D227-4254-BC3F-9E1FC5F50F08}\\Stale";
+    for (HRESULT (loaded_dll::*const step)() const : {&loaded_dll::register_server, &loaded_dll::unregister_server}) {
+        ASSERT_EQ(::RegCreateKeyW(HKEY_CLASSES_ROOT, stale.c_str(), win::unique_registry_key().put()), ERROR_SUCCESS);
+        EXPECT_EQ((dll.*step)(), S_OK);
+        EXPECT_FALSE(open(HKEY_CLASSES_ROOT, stale)) << "a class's own key is made anew and goes whole";
+    }
     EXPECT_TRUE(open(HKEY_CLASSES_ROOT, foreign));
     EXPECT_FALSE(open(HKEY_CLASSES_ROOT, L"KorvaProxyClientDll.KorvaProxyInvoker\\CLSID"));
     EXPECT_EQ(::RegDeleteKeyW(HKEY_CLASSES_ROOT, foreign.c_str()), ERROR_SUCCESS);
