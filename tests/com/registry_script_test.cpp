@@ -52,7 +52,8 @@ TEST(RegistryScript, SaysWhatIsWrongWithIt) {
         {"HKCR { 100% }", "unknown argument at '%'"},
     };
     for (const auto& [script, complaint] : rows)
-        EXPECT_THAT(thrown_text([&] { com::parse_registry_script(script, arguments); }), ::testing::HasSubstr(complaint))
+        EXPECT_THAT(thrown_text([&, script = script] { com::parse_registry_script(script, arguments); }),
+                    ::testing::HasSubstr(complaint))
             << script;
 }
 

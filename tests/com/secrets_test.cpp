@@ -2,8 +2,6 @@
 // stays: log, error texts, memory that was given back.
 #include <gmock/gmock.h>
 
-#include <source_location>
-
 #include "KorvaProxyClient.h"
 #include "foundation/automation.h"
 #include "lab/wine_host.h"
@@ -37,8 +35,8 @@ protected:
         EXPECT_EQ(object->SetAccount(make_bstr(L"CORP\\user").get(), make_bstr(password).get()), S_OK) << "replaces the first";
         return object;
     }
-    void expect(bool succeeds, HRESULT result, std::source_location at = std::source_location::current()) {
-        SCOPED_TRACE(at.line());
+    void expect(bool succeeds, HRESULT result, int line = __builtin_LINE()) {
+        SCOPED_TRACE(line);
         EXPECT_EQ(SUCCEEDED(result), succeeds) << text::hex8(static_cast<std::uint32_t>(result));
         const auto error = take_error();
         EXPECT_EQ(error.has_value(), !succeeds && result != E_POINTER);

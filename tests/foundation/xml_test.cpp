@@ -76,7 +76,7 @@ TEST_F(ItemsList, FailsWithItsCauses) {
     };
     for (const auto& [text, causes] : lists) {
         xml::file_items_t items;
-        lines_t lines = thrown([&] { xml::parse_items_list(text, items); });
+        lines_t lines = thrown([&, text = text] { xml::parse_items_list(text, items); });
         EXPECT_EQ(lines.front(), "Failed to de-serialize XML to the items list.");
         lines.erase(lines.begin());
         EXPECT_EQ(lines, causes);

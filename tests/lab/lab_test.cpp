@@ -2,7 +2,6 @@
 
 #include <array>
 #include <chrono>
-#include <future>
 #include <memory>
 #include <thread>
 
@@ -77,12 +76,10 @@ TEST_F(Lab, FailsOnDemandUntilToldOtherwise) {
 
 TEST_F(Lab, StopsWhileAClientIsConnectedAndServesAgain) {
     EXPECT_EQ(do_rpc(L"A", L""), L"<LabReply Command=\"A\"></LabReply>");
-    std::promise<void> stopped;
-    std::thread([&] {
-        server_.reset();
-        stopped.set_value();
-    }).detach();
-    ASSERT_EQ(stopped.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    std::thread stopping([&] { server_.reset(); });
+    const DWORD waited = ::WaitForSingleObject(reinterpret_cast<HANDLE>(::pthread_gethandle(stopping.native_handle())), 10'000);
+    stopping.detach();
+    ASSERT_EQ(waited, WAIT_OBJECT_0);
     CInvokerTestConnectionMethod test(L"6.0");
     EXPECT_NE(failure_of(invoker_, test), "nothing");
 

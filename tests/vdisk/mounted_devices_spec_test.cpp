@@ -42,7 +42,7 @@ TEST_F(MountedDevicesSpec, WhatIsMissingFailsTheWhole) {
          "Failed to get value of the attribute 'name'."},
     };
     for (const auto& [text, cause] : rows) {
-        const auto lines = thrown([&] { parse_mounted_devices(text); });
+        const auto lines = thrown([&text = text] { parse_mounted_devices(text); });
         EXPECT_EQ(lines[0], "Failed to de-serialize specification of mounted devices. Specification string: '" +
                                 text::narrow(text) + "'.");
         EXPECT_EQ(lines.at(1) == "Failed to de-serialize mounted device info.", text.find(L"<mountedDevice") != text.npos);

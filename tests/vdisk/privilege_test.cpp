@@ -53,7 +53,7 @@ TEST(Privilege, OneThatCannotBePutBackIsLogged) {
 TEST(Privilege, OneThatTheAccountLacksFailsAndLeavesNothing) {
     for (const auto& [privilege, code] : {std::pair{win::privilege_t{0, SE_CREATE_TOKEN_NAME}, ERROR_NOT_ALL_ASSIGNED},
                                           std::pair{win::privilege_t{99, L"SeNoSuchPrivilege"}, ERROR_NO_SUCH_PRIVILEGE}}) {
-        EXPECT_EQ(thrown_code([&] { win::take_privilege(privilege); }), static_cast<DWORD>(code));
+        EXPECT_EQ(thrown_code([&privilege = privilege] { win::take_privilege(privilege); }), static_cast<DWORD>(code));
         EXPECT_FALSE(thread_has_token());
     }
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <random>
 
@@ -126,7 +127,7 @@ TEST(ReparseData, AMillionRandomBuffersCrashNothing) {
     const std::wstring beginnings[] = {L"\\??\\C:\\", L"\\??\\" + volume_name + L"\\"};
     std::mt19937 random(20240607);
     bytes_t noise(60'256);
-    std::ranges::generate(noise, [&] { return static_cast<std::uint8_t>(random()); });
+    std::generate(noise.begin(), noise.end(), [&] { return static_cast<std::uint8_t>(random()); });
     const device_map_t devices = mounted_devices();
     std::size_t drives = 0, volumes = 0, targets = 0, refused = 0;
     for (int i = 0; i < 1'000'000; ++i) {
