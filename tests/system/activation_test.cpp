@@ -51,6 +51,9 @@ TEST(Activation, AContextGivesEveryClassByItsNamesAndItsTypes) {
                     EXPECT_EQ(object->GetTypeInfo(0, LOCALE_NEUTRAL, type.put()), S_OK);
                 }
             }
+        const HMODULE module = ::GetModuleHandleW(L"KorvaProxyClient.dll");
+        ASSERT_NE(module, nullptr);
+        EXPECT_EQ(reinterpret_cast<LPFNCANUNLOADNOW>(::GetProcAddress(module, "DllCanUnloadNow"))(), S_OK);
     }
     EXPECT_EQ(::CLSIDFromProgID(first, &clsid), CO_E_CLASSSTRING);
 }

@@ -4,6 +4,7 @@
 #include "com/co_hv_vss_snapshot.h"
 #include "com/conversions.h"
 #include "com/create_internal.h"
+#include "com/module.h"
 #include "foundation/convert.h"
 #include "logging/memory_receiver.h"
 #include "tests/foundation/com_thread.h"
@@ -48,6 +49,8 @@ TEST_F(LargeReply, AListOf100000FilesComesBackWhole) {
     EXPECT_TRUE(log.holds("Number of VM files: [100000]"));
     EXPECT_TRUE(log.holds(text::narrow(path(count - 1))));
     EXPECT_EQ(peer.requests().size(), 2u) << "nothing was repeated";
+    snapshot.reset();
+    EXPECT_FALSE(com::module::in_use());
 }
 
 }  // namespace
