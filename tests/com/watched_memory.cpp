@@ -9,10 +9,12 @@
 
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 namespace {
 
-thread_local long live = 0;
+thread_local long live = 0, live_stub = 0;
+thread_local const void* stuck = nullptr;
 thread_local long until_failure = 0;
 thread_local bool has_failed = false;
 thread_local std::string_view searched;
@@ -33,6 +35,8 @@ void look_at(const void* block, std::size_t size) noexcept {
 }  // namespace
 
 long watched_memory::live_blocks() noexcept { return live; }
+long watched_memory::live_stub_blocks() noexcept { return live_stub; }
+void watched_memory::fail_free(const void* block) noexcept { stuck = block; }
 
 void watched_memory::fail_allocation(long number) noexcept {
     until_failure = number;
@@ -63,14 +67,22 @@ void operator delete(void* block) noexcept {
 }
 void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
 
-// In the place of the product's allocator (the same heap).
-extern "C" void* __RPC_USER MIDL_user_allocate(std::size_t size) {
-    void* const block = fails() ? nullptr : ::HeapAlloc(::GetProcessHeap(), HEAP_ZERO_MEMORY, size);
+// Linked around the product's allocator (--wrap).
+extern "C" void* __RPC_USER __real_MIDL_user_allocate(std::size_t size);
+extern "C" void __RPC_USER __real_MIDL_user_free(void* block);
+
+extern "C" void* __RPC_USER __wrap_MIDL_user_allocate(std::size_t size) {
+    void* const block = fails() ? nullptr : ::__real_MIDL_user_allocate(size);
     live += block != nullptr;
+    live_stub += block != nullptr;
     return block;
 }
-extern "C" void __RPC_USER MIDL_user_free(void* block) {
-    if (block)
+extern "C" void __RPC_USER __wrap_MIDL_user_free(void* block) {
+    if (block && std::exchange(stuck, stuck == block ? nullptr : stuck) == block)
+        ::RaiseException(RPC_S_INTERNAL_ERROR, 0, 0, nullptr);
+    if (block) {
         look_at(block, ::HeapSize(::GetProcessHeap(), 0, block));
-    ::HeapFree(::GetProcessHeap(), 0, block);
+        --live_stub;
+    }
+    ::__real_MIDL_user_free(block);
 }

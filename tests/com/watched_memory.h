@@ -8,6 +8,10 @@ namespace watched_memory {
 
 // Blocks that this thread took less those that it gave back.
 long live_blocks() noexcept;
+long live_stub_blocks() noexcept;  // those of the RPC allocator
+
+// Giving this block back to the RPC allocator raises a status, once.
+void fail_free(const void* block) noexcept;
 
 // The N-th allocation from now fails, once; 0 ends it. `failed` says whether it did.
 void fail_allocation(long number) noexcept;

@@ -7,6 +7,9 @@
 
 #include <cstring>
 
+#include "logging/memory_receiver.h"
+#include "tests/com/watched_memory.h"
+
 namespace {
 
 TEST(RpcBuffer, KnowsItsDataWithoutTheRuntimesNode) {
@@ -21,6 +24,15 @@ TEST(RpcBuffer, KnowsItsDataWithoutTheRuntimesNode) {
     const CRpcScopedBuf<wchar_t> endless(static_cast<wchar_t*>(::MIDL_user_allocate(6)));
     std::wmemset(endless.get(), L'x', 3);
     EXPECT_EQ(text_of(endless.get()), L"xxx") << "a string is not read beyond its block";
+}
+
+TEST(RpcBuffer, AFreeThatFailsIsLoggedAndNoError) {
+    const logging::captured_log_t log;
+    void* const block = ::MIDL_user_allocate(8);
+    watched_memory::fail_free(block);
+    win::rpc::CRpcScopedBuf<char>(static_cast<char*>(block)).reset();
+    EXPECT_TRUE(log.holds("A buffer of a remote reply cannot be freed. Status: [0x000006E6]."));
+    ::MIDL_user_free(block);
 }
 
 }  // namespace

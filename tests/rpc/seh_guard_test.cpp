@@ -5,8 +5,8 @@
 #include <stdexcept>
 
 #include "rpc/remote_call.h"
+#include "tests/com/watched_memory.h"
 #include "tests/foundation/thrown.h"
-#include "tests/wire/live_blocks.h"
 
 extern "C" unsigned long seh_probe(void (*step)(void*), void* frame);
 
@@ -50,7 +50,7 @@ extern "C" void breaks_off(void*, ULONG status, ULONG* number, wchar_t** text, r
 }
 
 TEST(RemoteCall, ARaisedStatusArrivesAsItsErrorAndLeavesNoOutput) {
-    const auto before = wire::live_blocks();
+    const auto before = watched_memory::live_stub_blocks();
     std::uint32_t number = 0;
     win::rpc::CRpcScopedBuf<wchar_t> text;
     for (const ULONG status : {1727ul, 0xC0000005ul}) {
@@ -61,7 +61,7 @@ TEST(RemoteCall, ARaisedStatusArrivesAsItsErrorAndLeavesNoOutput) {
     }
     EXPECT_EQ(number, 0u);
     EXPECT_EQ(text.get(), nullptr);
-    EXPECT_EQ(wire::live_blocks(), before) << "what the call had given before it broke off is freed";
+    EXPECT_EQ(watched_memory::live_stub_blocks(), before) << "what the call had given before it broke off is freed";
 }
 
 }  // namespace

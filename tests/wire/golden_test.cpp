@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <set>
 
+#include "tests/com/watched_memory.h"
 #include "tests/wire/golden_rows.h"
-#include "tests/wire/live_blocks.h"
 
 namespace {
 
@@ -29,7 +29,7 @@ TEST(GoldenBytes, OfEveryProcedureAreExactlyThese) {
             const auto sent = std::span(requests).subspan(before);
             EXPECT_EQ(std::ranges::count(sent, row.operation, &wire::request_t::operation), 1) << "sent once";
             EXPECT_EQ(wire::hex(wire::with_our_referents(request.stub, row.request)), wire::hex(wire::parse(row.request)));
-            EXPECT_EQ(wire::live_blocks(), 0) << "all that the reply brought is freed with its command";
+            EXPECT_EQ(watched_memory::live_stub_blocks(), 0) << "all that the reply brought is freed with its command";
             pinned.emplace(table.service, request.operation);
             ++count;
         }

@@ -9,8 +9,8 @@
 #include <iterator>
 #include <random>
 
+#include "tests/com/watched_memory.h"
 #include "tests/wire/golden_rows.h"
-#include "tests/wire/live_blocks.h"
 
 namespace {
 
@@ -90,7 +90,7 @@ TEST(HostileReplies, EndInOutputsOrErrors) {
                 current = &row;
                 reply = mutated(wire::parse(row.reply), random);
                 const unsigned faults_before = platform_faults;
-                const long blocks_before = wire::live_blocks();
+                const long blocks_before = watched_memory::live_stub_blocks();
                 std::string outcome = "error";
                 try {
                     outcome = row.run(*client);
@@ -99,7 +99,7 @@ TEST(HostileReplies, EndInOutputsOrErrors) {
                 }
                 ++(outcome.find("error") == std::string::npos ? outputs : errors);
                 if (platform_faults == faults_before) {
-                    ASSERT_EQ(wire::live_blocks(), blocks_before) << row.line << ", reply " << wire::hex(reply);
+                    ASSERT_EQ(watched_memory::live_stub_blocks(), blocks_before) << row.line << ", reply " << wire::hex(reply);
                 }
             }
         }
