@@ -20,7 +20,7 @@ scripts/setup.sh wixl=0.101+repack-1 unzip osslsigncode openssl
 source scripts/env.sh
 source scripts/package/kit.sh
 
-make_kit kit build/package
+make_kit build/package
 if [ "${1:-}" = --check ]; then
     source scripts/package/check.sh
 fi

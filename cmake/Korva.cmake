@@ -25,10 +25,8 @@ endif()
 
 # Line tables for what goes into the DLL, without a word of where it was built. They change no instruction: korva_split_symbols
 # takes them out again.
-if(KORVA_SYMBOLS)
-  set(korva_symbols
-      $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-g1;-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.;-ffile-prefix-map=${CMAKE_BINARY_DIR}=build>)
-endif()
+set(korva_symbols
+    $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-g1;-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.;-ffile-prefix-map=${CMAKE_BINARY_DIR}=build>)
 
 # korva_split_symbols(target): the symbols go to a file of their own beside the target, which keeps a link to it. objcopy would
 # put the time of the build into both.

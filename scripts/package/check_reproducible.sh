@@ -1,14 +1,14 @@
 echo "-- the same bytes from another build folder"
 export CCACHE_DISABLE=1
-[ -e build/kit2/build.ninja ] || cmake --preset kit -B build/kit2 >/dev/null
-cmake --build build/kit2 --target KorvaProxyClient "${programs[@]}"
+[ -e build/release2/build.ninja ] || cmake --preset release -B build/release2 >/dev/null
+cmake --build build/release2 --target KorvaProxyClient "${programs[@]}"
 for file in KorvaProxyClient.dll KorvaProxyClient.dll.debug KorvaProxyClient.tlb; do
-    cmp "build/kit/bin/$file" "build/kit2/bin/$file"
+    cmp "build/release/bin/$file" "build/release2/bin/$file"
 done
 (
     unset KORVA_SIGN_CERTIFICATE
-    fill_kit build/kit "$try/a/$name"
-    fill_kit build/kit2 "$try/b/$name"
+    fill_kit build/release "$try/a/$name"
+    fill_kit build/release2 "$try/b/$name"
 )
 for half in a b; do
     python scripts/package/archive.py "$try/$half/$name" "$try/$half.zip"

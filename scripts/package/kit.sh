@@ -9,16 +9,16 @@ unset CCACHE_BASEDIR CCACHE_NOHASHDIR
 python() { /usr/bin/python3 -B "$@"; }
 programs=(korva-console korva-lab KorvaDeploymentSvc early_bound late_bound)
 
-# make_kit PRESET FOLDER: builds the preset and packs it.
+# make_kit FOLDER: builds what ships and packs it.
 make_kit() {
-    build "$1" KorvaProxyClient "${programs[@]}"
+    build release KorvaProxyClient "${programs[@]}"
     echo "-- packing $name"
-    rm -rf "$2"
-    fill_kit "build/$1" "$2/$name"
-    python scripts/package/archive.py "$2/$name" "$2/$name.zip"
-    make_installer "$version" "$2/$name"
-    sign "$2/$name.msi"
-    (cd "$2" && sha256sum "$name.zip" "$name.msi" > SHA256SUMS && cat SHA256SUMS)
+    rm -rf "$1"
+    fill_kit build/release "$1/$name"
+    python scripts/package/archive.py "$1/$name" "$1/$name.zip"
+    make_installer "$version" "$1/$name"
+    sign "$1/$name.msi"
+    (cd "$1" && sha256sum "$name.zip" "$name.msi" > SHA256SUMS && cat SHA256SUMS)
 }
 
 # make_installer VERSION KIT: the installer KIT.msi. What wixl cannot know (bytes of the installer differ from build to build:
