@@ -28,6 +28,15 @@ std::string_view short_tag(std::uint32_t level, bool first) {
     return level == level_warning ? "WARN|" : "ERR |";
 }
 
+// Looks at all of the text, so that the compiler compares 16 bytes at once; a search goes byte by byte in some C runtimes, and
+// most messages are one line.
+bool has_several_lines(std::string_view message) {
+    unsigned char found = 0;
+    for (const char c : message)
+        found |= c == '\n' ? 1 : 0;
+    return found != 0;
+}
+
 void append_thread(std::string& buffer, DWORD id, std::size_t width) {
     char digits[12];
     const auto length = static_cast<std::size_t>(std::to_chars(digits, digits + sizeof digits, id).ptr - digits);
@@ -51,9 +60,10 @@ std::string stamp_text(const SYSTEMTIME* local_time) {
 }
 
 void append_lines(std::string& buffer, const line_head_t& head, std::string_view message, std::string_view eol) {
+    const bool several = has_several_lines(message);
     bool first = true;
     do {
-        const std::size_t end = message.find('\n');
+        const std::size_t end = several ? message.find('\n') : std::string_view::npos;
         buffer += head.stamp;
         if (head.style == console_layout) {
             append_thread(buffer, head.thread_id % 100, 2);
@@ -69,6 +79,16 @@ void append_lines(std::string& buffer, const line_head_t& head, std::string_view
         message.remove_prefix(end == std::string_view::npos ? message.size() : end + 1);
         first = false;
     } while (!message.empty());
+}
+
+std::string_view time_stamp_t::now() {
+    if (const ULONGLONG tick = ::GetTickCount64(); tick != tick_) {
+        tick_ = tick;
+        FILETIME moment;
+        ::GetSystemTimeAsFileTime(&moment);
+        of(moment);
+    }
+    return text_;
 }
 
 std::string_view time_stamp_t::of(const FILETIME& moment) {

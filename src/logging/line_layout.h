@@ -47,9 +47,14 @@ void append_lines(std::string& buffer, const line_head_t& head, std::string_view
 // Not thread-safe.
 class time_stamp_t {
 public:
+    // Looks at the clock when the tick count has moved (some 16 ms): the system moves both together, and the count is read
+    // without a call of the system everywhere.
+    std::string_view now();
+
     std::string_view of(const FILETIME& moment);
 
 private:
+    ULONGLONG tick_ = ~0ull;
     std::uint64_t second_ = 0;
     std::string text_;
 };

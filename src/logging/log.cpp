@@ -65,10 +65,8 @@ void log_t::write(std::uint32_t level, std::uint32_t indentation, const std::sha
         return;
     try {
         if (receiver_ && !suppressed_.load(std::memory_order_relaxed)) {
-            FILETIME now;
-            ::GetSystemTimeAsFileTime(&now);
             const std::string_view format_text = line_format ? line_format->text() : std::string_view();
-            write_locked({line_style(), level, stamp_.of(now), ::GetCurrentThreadId(), format_text, indentation}, message);
+            write_locked({line_style(), level, stamp_.now(), ::GetCurrentThreadId(), format_text, indentation}, message);
         }
     } catch (...) {
         // The message is lost; who writes a log line has no use for its failure.
