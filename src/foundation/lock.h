@@ -24,8 +24,9 @@ private:
 // A lock that the thread which owns it may take again; any other thread waits without limit.
 class reentrant_lock_t {
 public:
-    // False only while the process ends: a thread that the system ended inside the lock will never give it back.
-    [[nodiscard]] bool lock() noexcept {
+    // False only while the process ends: a thread that the system ended inside the lock will never give it back. unlock() then
+    // does nothing, so that a std::lock_guard goes on without the lock, as the only thread that is left.
+    bool lock() noexcept {
         const DWORD self = ::GetCurrentThreadId();
         if (owner_.load(std::memory_order_relaxed) != self) {
             if (!::TryAcquireSRWLockExclusive(&mutex_) && !wait())
@@ -37,7 +38,7 @@ public:
     }
 
     void unlock() noexcept {
-        if (--count_ != 0)
+        if (owner_.load(std::memory_order_relaxed) != ::GetCurrentThreadId() || --count_ != 0)
             return;
         owner_.exchange(0, std::memory_order_relaxed);
         ::ReleaseSRWLockExclusive(&mutex_);

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace win {
 
@@ -14,11 +15,12 @@ public:
     basic_secret_t() = default;
     explicit basic_secret_t(std::basic_string_view<Char> text) : text_(text) {}
     // Takes the text over and clears the string that it came in.
-    explicit basic_secret_t(std::basic_string<Char>&& text) : text_(std::basic_string_view<Char>(text)) { clear(text); }
+    explicit basic_secret_t(std::basic_string<Char>&& text) noexcept : text_(std::move(text)) { clear(text); }
     basic_secret_t(const basic_secret_t&) = default;
     basic_secret_t& operator=(const basic_secret_t& other) {
         std::basic_string<Char> copy(other.text_);
-        text_.swap(copy);
+        clear(text_);
+        text_ = std::move(copy);
         clear(copy);
         return *this;
     }
@@ -27,7 +29,9 @@ public:
     const std::basic_string<Char>& text() const noexcept { return text_; }
 
 private:
+    // All that the string has room for: one that was moved from holds no text any more, but a short text's characters.
     static void clear(std::basic_string<Char>& text) noexcept {
+        text.resize(text.capacity());
         ::SecureZeroMemory(text.data(), text.size() * sizeof(Char));
         text.clear();
     }
