@@ -10,7 +10,14 @@ namespace {
 using lines_t = std::vector<std::string>;
 
 // Slots of the DOM's interfaces.
-enum node_slot { node_name = 7, child_nodes = 12, element_attribute = 44, document_load = 65, document_validate = 68 };
+enum node_slot {
+    node_name = 7,
+    child_nodes = 12,
+    element_attribute = 44,
+    document_load = 65,
+    document_validate = 68,
+    document_resolve = 70
+};
 enum list_slot { list_length = 8, list_next = 9 };
 enum factory_slot { factory_create = 3 };
 
@@ -169,6 +176,7 @@ public:
             validate_on = static_cast<VARIANT_BOOL>(reinterpret_cast<std::uintptr_t>(on));
             return validated;
         };
+        document_[document_resolve] = [this](void* on, auto...) { return on ? E_UNEXPECTED : externals_off; };
         document_[document_load] = [this](void* text, void* successful, auto...) {
             loaded_text = static_cast<BSTR>(text);
             *static_cast<VARIANT_BOOL*>(successful) = loaded == ok_with_nothing ? VARIANT_FALSE : VARIANT_TRUE;
@@ -180,7 +188,7 @@ public:
     }
     ~played_document_class() { ::CoRevokeClassObject(cookie_); }
 
-    HRESULT created = S_OK, validated = S_OK, loaded = S_OK;
+    HRESULT created = S_OK, validated = S_OK, externals_off = S_OK, loaded = S_OK;
     VARIANT_BOOL validate_on = 77;
     BSTR loaded_text = nullptr;
 
@@ -201,6 +209,7 @@ TEST_F(XmlFailures, OfALoadAreEachToldApart) {
         {&played_document_class::loaded, E_FAIL, "Failed to load XML document '<\xd0\xb4/>'."},
         {&played_document_class::loaded, ok_with_nothing, "Failed to load XML document '<\xd0\xb4/>'."},
         {&played_document_class::validated, S_FALSE, "Failed to disable document validation."},
+        {&played_document_class::externals_off, E_FAIL, "Failed to disable document validation."},
         {&played_document_class::created, REGDB_E_CLASSNOTREG, "Failed to create instance of DOMDocument"},
     };
     for (const row_t& row : rows) {

@@ -20,6 +20,10 @@ xml_document_ptr load_document(std::wstring_view text, bool validate) {
     if (const HRESULT result = document->put_validateOnParse(validate ? VARIANT_TRUE : VARIANT_FALSE); result != S_OK)
         throw exc::com_exc_t(result, "Failed to disable document validation.");
 
+    // The text may be a service's answer: nothing that it names is fetched.
+    if (const HRESULT result = document->put_resolveExternals(VARIANT_FALSE); result != S_OK)
+        throw exc::com_exc_t(result, "Failed to disable document validation.");
+
     const win::unique_bstr source = win::make_bstr(text);
     VARIANT_BOOL successful = VARIANT_FALSE;
     if (const HRESULT result = document->loadXML(source.get(), &successful); FAILED(result) || !successful)
