@@ -167,7 +167,8 @@ std::uint32_t CRpcClientBase::call_with_retries(IRpcMethod& command) {
         const std::uint32_t status = attempt(command);
         if (!is_connection_lost(status) && !is_call_failed(status))
             return status;
-        if (is_connection_lost(status) && !reconnected && command.CanReconnect()) {
+        // One reconnect for a call, unless another thread's failed one has taken the binding away since.
+        if (is_connection_lost(status) && (!reconnected || !bound_.load()) && command.CanReconnect()) {
             reconnected = reconnect();
             if (reconnected)
                 continue;

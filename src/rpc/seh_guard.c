@@ -7,7 +7,7 @@ static int take_status(const EXCEPTION_POINTERS* exception, unsigned long* statu
     const EXCEPTION_RECORD* record = exception->ExceptionRecord;
     if (record->NumberParameters != 0)
         return EXCEPTION_CONTINUE_SEARCH;
-    *status = record->ExceptionCode;
+    *status = record->ExceptionCode != 0 ? record->ExceptionCode : RPC_S_CALL_FAILED;
     return EXCEPTION_EXECUTE_HANDLER;
 }
 

@@ -117,6 +117,18 @@ TEST_F(Retry, EachRowOfTheRules) {
     }
 }
 
+TEST_F(Retry, ConnectsOnceMoreWhereAnotherThreadsFailedConnectTookTheBinding) {
+    client_->Connect(false);
+    command_.statuses = {1722, 1722, 0};
+    client_->retry_policy().wait = [this](std::uint32_t) {
+        platform_.compose_statuses = {1722};
+        EXPECT_NE(thrown_text([this] { client_->Connect(false); }), "nothing");
+    };
+    EXPECT_EQ(call(), "nothing");
+    EXPECT_EQ(command_.attempts, 3);
+    EXPECT_EQ(connects(), 4);
+}
+
 TEST_F(Retry, TheWaitIsTheRestOfTheIntervalFromTheAttemptsStart) {
     for (const auto& [takes, waits] :
          {std::pair<std::uint64_t, std::vector<std::uint32_t>>(4000, {6000}), {9999, {1}}, {10000, {}}, {70000, {}}}) {
