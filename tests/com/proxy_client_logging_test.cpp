@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <thread>
+
+#include "foundation/handles.h"
 #include "logging/memory_receiver.h"
 #include "logging/win_log_file.h"
 #include "logging/write.h"
@@ -58,6 +61,10 @@ TEST_F(logging_object_test, SendsTheLogToTheFileInTheConsolesLayout) {
 
     ::DeleteFileA(path_.c_str());
     EXPECT_EQ(set_synchronized(wide_path_.c_str(), L"korva-test-logging-object"), "");
+    EXPECT_FALSE(exists(path_));
+    const win::unique_handle mutex(::CreateMutexA(nullptr, FALSE, "korva-test-logging-object"));
+    std::thread([&] { ::WaitForSingleObject(mutex.get(), 0); }).join();
+    logging::error("dropped, for the mutex was left behind");
     EXPECT_FALSE(exists(path_));
     logging::error("synchronized");
     EXPECT_THAT(read_all(path_), ::testing::MatchesRegex("\\[.*\\] <.\\d> Error    synchronized\r\n"));

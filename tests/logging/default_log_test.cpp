@@ -73,6 +73,17 @@ TEST_F(default_log_test, CompressesAFullLogAndBeginsWithTheHeader) {
     EXPECT_TRUE(read_archive(log_path + ".gz") == earlier);
 }
 
+TEST_F(default_log_test, RotatesWhileItRuns) {
+    logging::open_default_log();
+    logging::info(std::string(15'728'640, 'x'));
+    for (int i = 0; i < 1000; ++i)
+        logging::info("line");
+    logging::default_log()->set_receiver(nullptr);
+    logging::default_log()->set_size_control(false);
+    EXPECT_GT(read_archive(log_path + ".gz").size(), 15'728'640u);
+    EXPECT_LT(read_all(log_path).size(), 100'000u);
+}
+
 TEST_F(default_log_test, GoesOnInAFullLogThatCannotBeRotated) {
     const std::string earlier(15'728'640, 'x');
     write_all(log_path, earlier);
