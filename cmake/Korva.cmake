@@ -74,6 +74,10 @@ function(korva_test name)
                               "$<$<COMPILE_LANGUAGE:CXX>:<windows.h$<ANGLE-R>>")
   endif()
   add_test(NAME ${name} COMMAND ${name}_tests)
-  # "cases": takes a filter of case names. A hang ends with the time-out, not with the day.
-  set_tests_properties(${name} PROPERTIES LABELS cases TIMEOUT 300)
+  # "cases": takes a filter of case names; "lab": calls Wine's RPC server. A hang ends with the time-out, not with the day.
+  set(labels cases)
+  if(korva_lab IN_LIST ARGN)
+    list(APPEND labels lab)
+  endif()
+  set_tests_properties(${name} PROPERTIES LABELS "${labels}" TIMEOUT 300)
 endfunction()
