@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <map>
 #include <sstream>
-#include <stdexcept>
 #include <tuple>
 
 #include "foundation/convert.h"
@@ -16,6 +15,7 @@
 #include "rpc/commands/hv_tracking.h"
 #include "rpc/commands/hv_vss.h"
 #include "rpc/commands/invoker.h"
+#include "tests/foundation/guid.h"
 
 namespace wire {
 namespace {
@@ -64,12 +64,6 @@ public:
     }
 
 private:
-    static GUID guid_of(std::string text) {
-        GUID id;
-        if (::UuidFromStringA(reinterpret_cast<RPC_CSTR>(text.data()), &id) != RPC_S_OK)
-            throw std::invalid_argument(text);
-        return id;
-    }
     unique_remote_file new_file() {
         CFcCreateFileMethod create(L"ab", 0x40000000, 0, 2, 0);
         client_.Call(create);
