@@ -5,14 +5,17 @@
 #include <cstring>
 #include <memory>
 
+#include "deploy/unc_path.h"
 #include "foundation/format.h"
+#include "foundation/names.h"
+#include "logging/write.h"
 
 namespace played {
 namespace {
 
 // What is shown of an argument: texts, numbers, and that a pointer is null.
-std::string shown(const wchar_t* text) { return text ? text::narrow(text) : "null"; }
-std::string shown(const char* text) { return text ? text : "null"; }
+std::string shown(const char* text) { return !text ? "null" : text == std::string_view("secret") ? "the password" : text; }
+std::string shown(const wchar_t* text) { return shown(text ? text::narrow(text).c_str() : nullptr); }
 std::string shown(const void* pointer) { return pointer ? "" : "null"; }
 std::string shown(std::integral auto number) {
     return number < 0x10000 ? std::to_string(number) : text::hex8(static_cast<std::uint32_t>(number));
@@ -32,8 +35,6 @@ std::string list_of(Args... args) {
     return list;
 }
 
-std::wstring parent_of(const std::wstring& path) { return path.substr(0, path.rfind(L'\\')); }
-
 std::wstring short_host_of(const std::wstring& path) {
     const auto parsed = win::parse_unc(path, true);
     return parsed ? parsed->short_name : L"";
@@ -42,37 +43,68 @@ std::wstring short_host_of(const std::wstring& path) {
 }  // namespace
 
 host_t::host_t() {
-    add_folder(L"\\\\host\\ADMIN$");
-    add_file(L"C:\\console\\KorvaDeploymentSvc.exe");
+    std::filesystem::create_directories(at(L"\\\\host\\ADMIN$"));
+    std::filesystem::create_directories(at(L"C:\\console"));
+    write_all(at(L"C:\\console\\KorvaDeploymentSvc.exe"), "the executable");
+}
+
+std::filesystem::path host_t::at(std::wstring_view path) const {
+    std::wstring inside;
+    std::ranges::remove_copy(path.substr(path.find_first_not_of(L'\\')), std::back_inserter(inside), L':');
+    return scratch_.path() / inside;
+}
+
+void host_t::recover() {
+    failures_.clear();
+    has_failed_ = false;
+    counts_.clear();
+    calls.clear();
+    waits.clear();
 }
 
 DWORD host_t::enter(const std::string& name, const std::string& arguments) {
-    const int nth = ++counts_[name];
     calls.push_back(name + "(" + arguments + ")");
-    const auto found = failures_.find(name);
-    return found != failures_.end() && (found->second.nth == 0 || found->second.nth == nth) ? found->second.code : NO_ERROR;
+    logging::info("> " + calls.back());
+    const int nth = ++counts_[name];
+    for (const std::string& call : {name, text::format("%1 %2", name, nth)})
+        if (const auto found = failures_.find(call); found != failures_.end())
+            return has_failed_ = true, found->second;
+    return NO_ERROR;
+}
+
+template <class Result, class... Args, class Real>
+void host_t::record(std::function<Result(Args...)>& function, const char* name, Real real, failure_t<Result> failure) {
+    function = [=, this](Args... args) -> Result {
+        const DWORD code = enter(name, list_of(args...));
+        if (code == NO_ERROR)
+            return real(args...);
+        ::SetLastError(code);
+        return failure(code);
+    };
 }
 
 template <class Result, class... Args, class Model>
 void host_t::play(std::function<Result(Args...)>& function, const char* name, Model model) {
-    function = [=, this](Args... args) -> Result {
-        DWORD code = enter(name, list_of(args...));
-        if constexpr (std::is_void_v<decltype(model(args...))>) {
-            if (code == NO_ERROR)
-                model(args...);
-        } else if (code == NO_ERROR) {
+    constexpr bool returns_code = std::is_same_v<Result, DWORD>;
+    const auto played = [=, this](Args... args) -> Result {
+        DWORD code = NO_ERROR;
+        if constexpr (std::is_void_v<decltype(model(args...))>)
+            model(args...);
+        else
             code = static_cast<DWORD>(model(args...));
-        }
         ::SetLastError(code);
-        if constexpr (std::is_same_v<Result, DWORD>)
+        if constexpr (returns_code)
             return code;
         else if constexpr (std::is_same_v<Result, BOOL>)
             return code == NO_ERROR;
-        else if (code == NO_ERROR)
-            return static_cast<Result>(opened(name));
         else
-            return std::is_same_v<Result, HANDLE> ? static_cast<Result>(INVALID_HANDLE_VALUE) : nullptr;
+            return code == NO_ERROR ? static_cast<Result>(opened(name)) : nullptr;
     };
+    record(function, name, played, [](DWORD code) -> Result {
+        if constexpr (returns_code)
+            return code;
+        return {};
+    });
 }
 
 void host_t::install(const std::string& command_line, DWORD state) {
@@ -175,9 +207,8 @@ void host_t::play_services(win::service_functions_t& functions) {
          [this](SC_HANDLE, LPCWSTR, LPCWSTR, DWORD, DWORD, DWORD, DWORD, LPCWSTR path, LPCWSTR, LPDWORD, LPCWSTR needed,
                 auto...) {
              install(text::narrow(path), SERVICE_STOPPED);
-             service_dependencies.clear();
              for (; *needed; needed += std::wcslen(needed) + 1)
-                 service_dependencies += text::narrow(needed) + ";";
+                 logging::info("depends on %1", needed);
          });
     play(functions.start, "StartServiceA", [=](auto...) { return change(SERVICE_RUNNING, ERROR_SERVICE_ALREADY_RUNNING); });
     play(functions.control, "ControlService", [=](auto...) { return change(SERVICE_STOPPED, ERROR_SERVICE_NOT_ACTIVE); });
@@ -196,16 +227,13 @@ void host_t::play_services(win::service_functions_t& functions) {
              found->lpBinaryPathName = std::strcpy(reinterpret_cast<char*>(found + 1), service_command_line.c_str());
              return NO_ERROR;
          });
-    play(functions.change_configuration, "ChangeServiceConfig2W", [this](SC_HANDLE, DWORD level, LPVOID information) {
-        if (level == SERVICE_CONFIG_DESCRIPTION) {
-            service_description = text::narrow(static_cast<SERVICE_DESCRIPTIONW*>(information)->lpDescription);
-            return;
-        }
+    play(functions.change_configuration, "ChangeServiceConfig2W", [](SC_HANDLE, DWORD level, LPVOID information) {
+        if (level == SERVICE_CONFIG_DESCRIPTION)
+            return logging::info("%1", static_cast<SERVICE_DESCRIPTIONW*>(information)->lpDescription);
         const auto& actions = *static_cast<SERVICE_FAILURE_ACTIONSW*>(information);
-        failure_actions = "reset " + list_of(actions.dwResetPeriod, actions.lpRebootMsg, actions.lpCommand);
-        for (DWORD i = 0; i < actions.cActions; ++i)
-            failure_actions +=
-                text::format(" %1/%2", static_cast<int>(actions.lpsaActions[i].Type), actions.lpsaActions[i].Delay);
+        logging::info("reset " + list_of(actions.dwResetPeriod, actions.lpRebootMsg, actions.lpCommand));
+        for (const SC_ACTION& action : std::span(actions.lpsaActions, actions.cActions))
+            logging::info("action %1 after %2 ms", static_cast<int>(action.Type), action.Delay);
     });
     functions.close = [this](SC_HANDLE handle) {
         given_back(handle);
@@ -217,61 +245,24 @@ void host_t::play_services(win::service_functions_t& functions) {
 }
 
 void host_t::play_files(win::file_functions_t& functions) {
-    const auto attributes_of = [this](LPCWSTR path) { return has(path) ? files[path] : 0; };
-    play(functions.create_directory, "CreateDirectoryW", [this](LPCWSTR path, auto) {
-        if (!has(parent_of(path)))
-            return ERROR_PATH_NOT_FOUND;
-        add_folder(path);
-        return NO_ERROR;
-    });
-    play(functions.remove_directory, "RemoveDirectoryW", [=, this](LPCWSTR path) {
-        const bool link = attributes_of(path) & FILE_ATTRIBUTE_REPARSE_POINT;
-        for (const auto& [name, attributes] : files)
-            if (!link && win::same_name(parent_of(name), path))
-                return ERROR_DIR_NOT_EMPTY;
-        files.erase(path);
-        return NO_ERROR;
-    });
-    play(functions.set_attributes, "SetFileAttributesW", [this](LPCWSTR path, DWORD attributes) { files[path] = attributes; });
-    play(functions.copy, "CopyFileW", [=, this](LPCWSTR from, LPCWSTR to, BOOL) {
-        if (attributes_of(to) & (FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_READONLY))
-            return ERROR_ACCESS_DENIED;
-        files[to] = files.at(from);
-        return NO_ERROR;
-    });
-    play(functions.remove, "DeleteFileW", [=, this](LPCWSTR path) {
-        if (attributes_of(path) & FILE_ATTRIBUTE_READONLY)
-            return ERROR_ACCESS_DENIED;
-        return files.erase(path) ? NO_ERROR : ERROR_FILE_NOT_FOUND;
-    });
-    functions.get_attributes = [this](LPCWSTR path) -> DWORD {
-        const DWORD code = enter("GetFileAttributesW", text::narrow(path));
-        ::SetLastError(code ? code : ERROR_FILE_NOT_FOUND);
-        return code == NO_ERROR && has(path) ? files[path] : INVALID_FILE_ATTRIBUTES;
-    };
-    const auto show_next = [this](LPWIN32_FIND_DATAW data) {
-        if (found_.empty())
-            return ERROR_NO_MORE_FILES;
-        *data = {};
-        std::wcsncpy(data->cFileName, std::wstring(win::file_name_of(found_.back())).c_str(), MAX_PATH - 1);
-        data->dwFileAttributes = has(found_.back()) ? files[found_.back()] : FILE_ATTRIBUTE_DIRECTORY;
-        found_.pop_back();
-        return NO_ERROR;
-    };
-    play(functions.find_first, "FindFirstFileW", [=, this](LPCWSTR mask, LPWIN32_FIND_DATAW data) {
-        const std::wstring folder = parent_of(mask);
-        found_ = {folder + L"\\..", folder + L"\\."};
-        for (const auto& [name, attributes] : files)
-            if (win::same_name(parent_of(name), folder))
-                found_.push_back(name);
-        return show_next(data);
-    });
-    play(functions.find_next, "FindNextFileW", [=](HANDLE, LPWIN32_FIND_DATAW data) { return show_next(data); });
-    functions.find_close = [this](HANDLE search) { return given_back(search); };
-    functions.module_handle = [this](LPCWSTR name) {
-        ::SetLastError(enter("GetModuleHandleW", text::narrow(name)));
-        return ::GetLastError() ? nullptr : reinterpret_cast<HMODULE>(this);
-    };
+    record(functions.create_directory, "CreateDirectoryW",
+           [this](LPCWSTR path, auto) { return ::CreateDirectoryW(at(path).c_str(), nullptr); });
+    record(functions.remove_directory, "RemoveDirectoryW", [this](auto path) { return ::RemoveDirectoryW(at(path).c_str()); });
+    record(
+        functions.get_attributes, "GetFileAttributesW", [this](auto path) { return ::GetFileAttributesW(at(path).c_str()); },
+        [](DWORD) { return INVALID_FILE_ATTRIBUTES; });
+    record(functions.set_attributes, "SetFileAttributesW",
+           [this](LPCWSTR path, DWORD value) { return ::SetFileAttributesW(at(path).c_str(), value); });
+    record(functions.copy, "CopyFileW",
+           [this](LPCWSTR from, LPCWSTR to, BOOL) { return ::CopyFileW(at(from).c_str(), at(to).c_str(), FALSE); });
+    record(functions.remove, "DeleteFileW", [this](auto path) { return ::DeleteFileW(at(path).c_str()); });
+    record(
+        functions.find_first, "FindFirstFileW",
+        [this](LPCWSTR mask, auto data) { return opened("search", ::FindFirstFileW(at(mask).c_str(), data)); },
+        [](DWORD) { return INVALID_HANDLE_VALUE; });
+    record(functions.find_next, "FindNextFileW", ::FindNextFileW);
+    functions.find_close = [this](HANDLE search) { return given_back(search) && ::FindClose(search); };
+    record(functions.module_handle, "GetModuleHandleW", [](auto) { return ::GetModuleHandleW(nullptr); });
     functions.module_file_name = [this](HMODULE, LPWSTR path, DWORD size) -> DWORD {
         ::SetLastError(enter("GetModuleFileNameW", ""));
         return ::GetLastError() ? 0 : static_cast<DWORD>(std::swprintf(path, size, L"C:\\console\\KorvaProxyClient.dll"));

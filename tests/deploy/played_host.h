@@ -8,29 +8,26 @@
 #include <vector>
 
 #include "deploy/deployer_platform.h"
-#include "deploy/unc_path.h"
-#include "foundation/names.h"
+#include "tests/files.h"
 
 namespace played {
 
-// A host in memory behind the deployer's platform functions: its service, its share, its files, who the thread acts as. Every
-// call is recorded with its texts and numbers and can be made to fail; what is open is counted.
+// A host behind the deployer's platform functions. Its service, its share and who the thread acts as are a model; its files,
+// and those of the console, are real ones in a scratch folder. Every call is recorded, in the log too, with its texts and
+// numbers, and can be made to fail; what is open is counted.
 class host_t {
 public:
     host_t();
+    ~host_t() { win::remove_folder(scratch_.path().wstring()); }  // read-only files too
     host_t(const host_t&) = delete;
     host_t& operator=(const host_t&) = delete;
 
     impl::deployer_platform_t platform();
 
-    // The call of this name (its n-th, or every one for 0) fails with the code.
-    void fail(const std::string& call, DWORD code, int nth = 1) { failures_[call] = {code, nth}; }
-    void recover() {
-        failures_.clear();
-        counts_.clear();
-        calls.clear();
-        waits.clear();
-    }
+    // Every call of this name ("CopyFileW"), or one alone ("CopyFileW 2": the second), fails with the code.
+    void fail(const std::string& call, DWORD code) { failures_[call] = code; }
+    void recover();
+    bool has_failed() const { return has_failed_; }
 
     // Handles, buffers, searches, share connections and the impersonation that were not given back, and what was given back
     // though it was not open; empty when all is in order.
@@ -38,18 +35,17 @@ public:
 
     int count(const std::string& call) const { return counts_.contains(call) ? counts_.at(call) : 0; }
 
-    bool has(const std::wstring& path) const { return files.contains(path); }
-    void add_file(const std::wstring& path, DWORD attributes = FILE_ATTRIBUTE_ARCHIVE) { files[path] = attributes; }
-    void add_folder(const std::wstring& path) { files[path] = FILE_ATTRIBUTE_DIRECTORY; }
     void install(const std::string& command_line, DWORD state);
+
+    // Where a path of the host ("\\\\host\\...") or of the console ("C:\\...") lies in truth.
+    std::filesystem::path at(std::wstring_view path) const;
 
     // The model.
     const wchar_t* share_path = L"C:\\Windows";
     bool service_exists = false;
     DWORD service_state = SERVICE_STOPPED;
     int polls_until_state = 1;  // how many looks it takes until a start or a stop is seen
-    std::string service_command_line, service_description, service_dependencies, failure_actions;
-    std::map<std::wstring, DWORD, win::name_less_t> files;  // through the share and local: attributes
+    std::string service_command_line;
     std::vector<std::wstring> connections;  // made by others, with other credentials: what the enumeration shows
     std::set<std::wstring> connected;       // by this process, not closed yet
     HANDLE acting_as = nullptr;
@@ -58,15 +54,16 @@ public:
     std::vector<std::uint32_t> waits;
 
 private:
-    struct failure_t {
-        DWORD code;
-        int nth;
-    };
-
     // Records a call and says how it fails, 0 where it is not told to.
     DWORD enter(const std::string& name, const std::string& arguments);
-    // Puts in the place of a platform function one that is recorded, may be told to fail, and else does as the model, which
-    // returns an error code.
+    template <class Result>
+    using failure_t = std::type_identity_t<Result (*)(DWORD code)>;
+    // Puts in the place of a platform function the real one, recorded; it may be told to fail.
+    template <class Result, class... Args, class Real>
+    void record(
+        std::function<Result(Args...)>& function, const char* name, Real real,
+        failure_t<Result> failure = [](DWORD) { return Result{}; });
+    // The same with a model of the function, which returns an error code or always succeeds.
     template <class Result, class... Args, class Model>
     void play(std::function<Result(Args...)>& function, const char* name, Model model);
     void play_services(win::service_functions_t& functions);
@@ -76,12 +73,13 @@ private:
     void* opened(const std::string& kind, void* handle = nullptr);
     BOOL given_back(void* handle);
 
-    std::map<std::string, failure_t> failures_;
+    scratch_t scratch_;
+    std::map<std::string, DWORD> failures_;
+    bool has_failed_ = false;
     std::map<std::string, int> counts_;
     std::map<void*, std::string> open_;
     int given_back_twice_ = 0;
     std::uintptr_t last_handle_ = 0x1000;
-    std::vector<std::wstring> found_;
     std::size_t next_connection_ = 0;
     int polls_ = 0;
     DWORD target_state_ = SERVICE_STOPPED;

@@ -3,11 +3,6 @@
 #include <gmock/gmock.h>
 #include <windows.h>
 
-#include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <random>
-
 #include "KorvaProxyClient.h"
 #include "deploy/deployer_platform.h"
 #include "lab/wine_host.h"
@@ -15,6 +10,7 @@
 #include "tests/child_process.h"
 #include "tests/com/com_test.h"
 #include "tests/com/loaded_dll.h"
+#include "tests/files.h"
 
 namespace {
 
@@ -25,11 +21,6 @@ namespace fs = std::filesystem;
 
 constexpr int port = 46160;
 constexpr const wchar_t* service_name = L"KorvaDeploymentService";
-
-std::string bytes_of(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 // The parts of a REG_MULTI_SZ, or the one text of another value.
 std::vector<std::wstring> registry_texts(const wchar_t* value) {
@@ -81,7 +72,8 @@ struct Deployment : com_test {
 
 TEST_F(Deployment, GoesFromAnEmptyHostToAnUpgradedServiceAndBack) {
     expect_ok(deployer->InstallService());
-    EXPECT_EQ(bytes_of(backup / L"KorvaDeploymentSvc.exe"), bytes_of(child_process::own_folder() + L"KorvaDeploymentSvc.exe"));
+    EXPECT_EQ(read_all(backup / L"KorvaDeploymentSvc.exe"),
+              read_all(fs::path(child_process::own_folder()) / L"KorvaDeploymentSvc.exe"));
     EXPECT_THAT(registry_texts(L"ImagePath"),
                 ElementsAre((backup / L"KorvaDeploymentSvc.exe").wstring() + L" -port " + std::to_wstring(port)));
     EXPECT_THAT(registry_texts(L"Description"),
@@ -97,13 +89,12 @@ TEST_F(Deployment, GoesFromAnEmptyHostToAnUpgradedServiceAndBack) {
     expect_ok(deployer->get_ServiceDllVersion(dll_version.put()));
     EXPECT_EQ(win::bstr_view(dll_version.get()), L"6.0.1.0");
 
-    std::string bytes(1'200'000, '\0');
-    std::ranges::generate(bytes, [random = std::mt19937(1)]() mutable { return static_cast<char>(random()); });
-    std::ofstream(dll, std::ios::binary) << bytes;
+    const std::string bytes = numbered_lines(1'200'000);
+    write_all(dll, bytes);
     host.received_by_service();
     expect_ok(deployer->UpgradeServiceDll(win::make_bstr(dll.wstring()).get()));
-    EXPECT_TRUE(bytes_of(backup / L"Upload" / L"KorvaNew.dll") == bytes);
-    EXPECT_TRUE(bytes_of(backup / L"KorvaDeploymentDll.dll") == bytes);
+    EXPECT_TRUE(read_all(backup / L"Upload" / L"KorvaNew.dll") == bytes);
+    EXPECT_TRUE(read_all(backup / L"KorvaDeploymentDll.dll") == bytes);
     expect_ok(deployer->get_ServiceDllVersion(dll_version.put()));
     EXPECT_EQ(win::bstr_view(dll_version.get()), L"6.0.1.1");
     EXPECT_THAT(host.received_by_service(),
