@@ -35,7 +35,7 @@ TEST(Dll, OpensTheDefaultLogWithItsHeaderAsItIsLoaded) {
     const std::filesystem::path folder = std::filesystem::temp_directory_path() / L"korva_dll_test";
     std::filesystem::create_directories(folder);
     {
-        const registry_setting_t setting(L"SOFTWARE\\Korva\\Quorvane", L"LogDirectory", folder.wstring());
+        const registry_setting_t setting(L"SOFTWARE\\Korva\\Quorvane", {{L"LogDirectory", folder.wstring()}});
         const loaded_dll dll;
     }
     std::ifstream file(folder / L"Auxiliary.KorvaProxyClient.log");

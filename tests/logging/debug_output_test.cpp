@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "foundation/system_text.h"
 #include "tests/foundation/thrown.h"
 #include "tests/logging/child_role.h"
 #include "tests/logging/registry_setting.h"
@@ -57,30 +58,22 @@ LONG CALLBACK on_debug_output(EXCEPTION_POINTERS* info) {
 }
 
 TEST(DebugOutput, GoesToTheDebuggerAndACopyWhereTheRegistrySays) {
-    struct row_t {
-        std::optional<DWORD> enabled, port;
-        std::optional<std::wstring> host;
+    const struct {
+        registry_values_t settings;
         std::uint16_t listens_at;
         bool arrives;
-    };
-    const row_t rows[] = {
-        {{}, 37183, {}, 37183, false},
-        {0, {}, {}, 37183, false},
-        {1, {}, {}, 37183, true},
-        {5, 40123, L"127.0.0.1", 40123, true},
-        {1, 40123, L"255.255.255.255", 40123, false},  // the system sends nothing to everybody unasked
+    } rows[] = {
+        {{{L"ExtLogPort", 37183u}}, 37183, false},
+        {{{L"ExtLogEnabled", 0u}}, 37183, false},
+        {{{L"ExtLogEnabled", 1u}}, 37183, true},
+        {{{L"ExtLogEnabled", 5u}, {L"ExtLogPort", 40123u}, {L"ExtLogHost", L"127.0.0.1"}}, 40123, true},
+        // The system sends nothing to everybody unasked.
+        {{{L"ExtLogEnabled", 1u}, {L"ExtLogPort", 40123u}, {L"ExtLogHost", L"255.255.255.255"}}, 40123, false},
     };
     void* const handler = ::AddVectoredExceptionHandler(1, on_debug_output);
-    for (const row_t& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(&row - rows);
-        std::optional<registry_setting_t> settings[3];
-        const auto set = [](auto& setting, const wchar_t* name, const auto& value) {
-            if (value)
-                setting.emplace(key, name, *value);
-        };
-        set(settings[0], L"ExtLogEnabled", row.enabled);
-        set(settings[1], L"ExtLogPort", row.port);
-        set(settings[2], L"ExtLogHost", row.host);
+        const registry_setting_t settings(key, row.settings);
         listener_t listener(row.listens_at);
         COutputDebugStringLog log;
         for (const std::string lines : {"one\r\ntwo \xe4\xb8\xad\r\n", "three\r\n"}) {
@@ -93,7 +86,7 @@ TEST(DebugOutput, GoesToTheDebuggerAndACopyWhereTheRegistrySays) {
 }
 
 TEST(DebugOutput, ChildProcessesDoNotInheritTheSocket) {
-    const registry_setting_t enabled(key, L"ExtLogEnabled", 1);
+    const registry_setting_t enabled(key, {{L"ExtLogEnabled", 1u}});
     listener_t listener(37183);
     auto log = std::make_unique<COutputDebugStringLog>();
     log->write("one\r\n");
@@ -104,30 +97,23 @@ TEST(DebugOutput, ChildProcessesDoNotInheritTheSocket) {
 }
 
 TEST(DebugOutput, WrongSettingsFailOnceAndLeaveTheCopyOff) {
-    // Of the first message; the second one is written without.
-    const auto failure = [] {
+    const std::pair<registry_values_t, std::string> rows[] = {
+        {{{L"ExtLogEnabled", L"1"}},
+         "Cannot retrieve a registry value. Value name: [ExtLogEnabled]. Expected value type: [4].\n"
+         "Unexpected registry type: [1]."},
+        {{{L"ExtLogEnabled", 1u}, {L"ExtLogHost", 1u}},
+         "Cannot retrieve a registry value. Value name: [ExtLogHost]. Expected value type: [1].\n"
+         "Unexpected registry type: [4]."},
+        {{}, exc::system_error_text(ERROR_FILE_NOT_FOUND) + "\nFailed to open registry key [SOFTWARE\\KorvA\\Korva NFS]."},
+    };
+    for (const auto& [values, failure] : rows) {
+        const registry_setting_t settings(key, values);
         listener_t listener(37183);
         COutputDebugStringLog log;
-        const std::string text = thrown_text([&] { log.write("one\r\n"); });
+        EXPECT_EQ(thrown_text([&] { log.write("one\r\n"); }), failure);
         EXPECT_EQ(thrown_text([&] { log.write("two\r\n"); }), "nothing");
         EXPECT_EQ(listener.received(), std::nullopt);
-        return text;
-    };
-    {
-        const registry_setting_t text(key, L"ExtLogEnabled", L"1");
-        EXPECT_EQ(failure(),
-                  "Cannot retrieve a registry value. Value name: [ExtLogEnabled]. Expected value type: [4].\n"
-                  "Unexpected registry type: [1].");
     }
-    const registry_setting_t enabled(key, L"ExtLogEnabled", 1);
-    {
-        const registry_setting_t number(key, L"ExtLogHost", 1);
-        EXPECT_EQ(failure(),
-                  "Cannot retrieve a registry value. Value name: [ExtLogHost]. Expected value type: [1].\n"
-                  "Unexpected registry type: [4].");
-    }
-    ::RegDeleteKeyW(HKEY_LOCAL_MACHINE, key);
-    EXPECT_THAT(failure(), ::testing::EndsWith("Failed to open registry key [SOFTWARE\\KorvA\\Korva NFS]."));
 }
 
 }  // namespace

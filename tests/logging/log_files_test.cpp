@@ -125,10 +125,10 @@ TEST(LogDirectory, ComesFromTheRegistryOrTheCommonApplicationData) {
     EXPECT_THAT(common, ::testing::EndsWith("\\Korva\\Backup\\"));
     EXPECT_EQ(logging::default_log_directory(), common);
     {
-        const registry_setting_t setting(directory_key, L"LogDirectory", L"C:\\l\u00f6g");
+        const registry_setting_t setting(directory_key, {{L"LogDirectory", L"C:\\l\u00f6g"}});
         EXPECT_EQ(logging::default_log_directory(), "C:\\l\xc3\xb6g\\");
     }
-    const registry_setting_t wrong_type(directory_key, L"LogDirectory", 5);
+    const registry_setting_t wrong_type(directory_key, {{L"LogDirectory", 5u}});
     EXPECT_EQ(logging::default_log_directory(), common);
 }
 
@@ -138,7 +138,7 @@ TEST(LogDirectory, FallsBackBelowTheConfiguredOneOnly) {
     for (const char* elsewhere : {"Q:\\logs2\\a.log", "Q:\\logs", "R:\\logs\\a.log"})
         EXPECT_EQ(logging::tail_below(elsewhere, "Q:\\logs"), std::nullopt) << elsewhere;
 
-    const registry_setting_t setting(directory_key, L"LogDirectory", L"Q:\\logs");
+    const registry_setting_t setting(directory_key, {{L"LogDirectory", L"Q:\\logs"}});
     const std::string used = logging::common_log_directory() + "test\\a.log";
     EXPECT_EQ(logging::open_log_file("Q:\\logs\\test\\a.log")->path(), used);
     EXPECT_THAT(failure_of("Q:\\other\\a.log").at(2), HasSubstr("Folder path: [Q:\\other]"));

@@ -8,6 +8,7 @@
 #include "foundation/errors.h"
 #include "logging/memory_receiver.h"
 #include "logging/write.h"
+#include "tests/logging/child_role.h"
 #include "tests/logging/scratch.h"
 
 namespace {
@@ -158,5 +159,7 @@ TEST(Log, LinesOfOneMessageStayTogetherAlsoWhileReceiversChange) {
     for (std::size_t i = 0; i < texts.size(); ++i)
         ASSERT_EQ(texts[i], i % 2 == 0 ? "WARN|one" : ">>  |two");
 }
+
+TEST(Log, AsTheProcessEndsDoesNotWaitForAThreadThatEndedInside) { EXPECT_EQ(child_role("end").exit_code(), 5u); }
 
 }  // namespace

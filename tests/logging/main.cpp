@@ -11,10 +11,13 @@
 #include <vector>
 
 #include "foundation/format.h"
+#include "foundation/handles.h"
 #include "logging/kbmngr_log_file.h"
 #include "logging/log.h"
+#include "logging/memory_receiver.h"
 #include "logging/rotation.h"
 #include "logging/win_log_file.h"
+#include "tests/logging/played_files.h"
 
 namespace {
 
@@ -33,39 +36,55 @@ void hold(char** arguments) {
 
 // LOG STEP: rotates it, and dies in front of the step of that number.
 void rotate(char** arguments) {
-    logging::file_functions_t files;
     const int last = std::atoi(arguments[1]);
     int steps = 0;
-    const auto count = [&](auto& function) {
-        function = [&, real = function](auto&&... args) {
-            if (++steps == last)
-                ::TerminateProcess(::GetCurrentProcess(), 77);
-            return real(args...);
-        };
-    };
-    count(files.remove);
-    count(files.rename);
-    count(files.seek);
-    count(files.cut);
-    count(files.gz_open);
-    count(files.gz_write);
-    count(files.gz_finish);
-    count(files.gz_close);
-    win::win_log_file_t file(arguments[0], files);
-    logging::rotate_when_full(file, files, {200'000, 10});
+    played_files_t files([&](auto&, int) {
+        if (++steps == last)
+            ::TerminateProcess(::GetCurrentProcess(), 77);
+        return false;
+    });
+    win::win_log_file_t file(arguments[0], files.functions);
+    logging::rotate_when_full(file, files.functions, {200'000, 10});
 }
 
-// LOG MUTEX NAME...: for each name a thread that writes 20,000 numbered lines.
+// LOG MUTEX NAME...: for each name a thread that writes 20,000 numbered lines, ten in a message.
 void write(char** arguments) {
     logging::log_t log;
     log.set_receiver(std::make_shared<win::kbmngr_sync_log_file_t>(arguments[0], arguments[1]));
     std::vector<std::jthread> writers;
     for (char** name = arguments + 2; *name; ++name) {
         writers.emplace_back([&log, name] {
-            for (int i = 0; i < 20'000; ++i)
-                log.write(2, 0, nullptr, text::format("%1 %2", *name, i));
+            for (int line = 0; line < 20'000;) {
+                std::string message;
+                for (const int end = line + 10; line < end; ++line)
+                    message += text::format("%1 %2\n", *name, line);
+                log.write(2, 0, nullptr, message);
+            }
         });
     }
+}
+
+// Ends while a thread is inside the log, which then never gives its lock back. Code 5: what is logged that late returned.
+void end(char**) {
+    struct receiver_t : logging::receiver::memory_receiver_t {
+        void write(std::string_view) override {
+            ::SetEvent(inside.get());
+            ::Sleep(INFINITE);
+        }
+        const win::unique_handle inside{::CreateEventW(nullptr, FALSE, FALSE, nullptr)};
+    };
+    static logging::log_t log;
+    const auto receiver = std::make_shared<receiver_t>();
+    log.set_receiver(receiver);
+    std::thread([] { log.write(2, 0, nullptr, "inside"); }).detach();
+    ::WaitForSingleObject(receiver->inside.get(), INFINITE);
+    // Called when the process has ended its other threads.
+    ::FlsSetValue(::FlsAlloc([](void*) {
+                      log.write(2, 0, nullptr, "late");
+                      ::TerminateProcess(::GetCurrentProcess(), 5);
+                  }),
+                  &log);
+    ::ExitProcess(1);
 }
 
 }  // namespace
@@ -73,7 +92,7 @@ void write(char** arguments) {
 int main(int argc, char** argv) {
     if (argc > 2 && argv[1] == std::string_view("--child")) {
         const std::map<std::string_view, void (*)(char**)> roles = {
-            {"stay", stay}, {"hold", hold}, {"rotate", rotate}, {"write", write}};
+            {"stay", stay}, {"hold", hold}, {"rotate", rotate}, {"write", write}, {"end", end}};
         roles.at(argv[2])(argv + 3);
         return 0;
     }

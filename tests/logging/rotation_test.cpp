@@ -3,9 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <memory>
-#include <ostream>
 #include <stdexcept>
 #include <utility>
 
@@ -13,8 +11,10 @@
 #include "logging/log.h"
 #include "logging/log_names.h"
 #include "logging/win_log_file.h"
+#include "tests/expected_texts.h"
 #include "tests/foundation/thrown.h"
 #include "tests/logging/child_role.h"
+#include "tests/logging/played_files.h"
 #include "tests/logging/scratch.h"
 
 namespace {
@@ -23,6 +23,10 @@ using logging::make_aged_name;
 using logging::make_indexed_log_name;
 using ::testing::ElementsAre;
 using win::win_log_file_t;
+
+const char faults[] =
+#include "tests/logging/rotation_faults.txt"
+    ;
 
 TEST(LogNames, OfLockedLogsAndOfAgedArchives) {
     EXPECT_EQ(make_indexed_log_name("a.log", 0), "a.log");
@@ -62,8 +66,7 @@ using Rotation = scratch_test;
 TEST_F(Rotation, AtTheLimitMovesTheLogByteForByteIntoANewArchive) {
     make_archives(path);
     ::DeleteFileA(archive_name(path, 5).c_str());
-    std::string lines = numbered_lines(15'728'640);
-    lines.resize(15'728'639);
+    const std::string lines = numbered_lines(15'728'639);
     write_all(path, lines);
 
     logging::file_functions_t files;
@@ -124,127 +127,57 @@ TEST_F(Rotation, IsTriedOncePerThousandMessagesAndLosesNone) {
     EXPECT_TRUE(exists(archive_name(path, 1))) << "rotated twice";
 }
 
-enum effect_t {
-    everything_kept,
-    writes_dropped,  // while the fault lasts
-    lines_moved,     // they are in the archive all the same
-    torso_stays,     // as the newest archive
-};
+TEST(RotationFault, LosesNothingAndTheLogGoesOn) {
+    for (const std::string& row : section(faults, "faults")) {
+        SCOPED_TRACE(row);
+        const auto [calls, lines_are, cause] = columns<3>(row);
+        const scratch_t scratch;
+        const std::string path = scratch / "a.log";
+        make_archives(path);
+        const std::string lines = numbered_lines(100'000);
+        write_all(path, lines);
 
-// One thing that does not work during a rotation.
-struct fault_t {
-    const char* name;
-    std::string cause;  // the lines beneath the first, %1 is the log's path
-    void (*play)(logging::file_functions_t& files);
-    effect_t effect = everything_kept;
-
-    friend void PrintTo(const fault_t& fault, std::ostream* out) { *out << fault.name; }
-};
-
-const auto denied = [](auto&&...) {
-    ::SetLastError(ERROR_ACCESS_DENIED);
-    return false;
-};
-
-const std::string cannot_age = "Cannot age file. File path: [%1.gz]. Extension: [gz]. Ages limit: [10].\nAccess denied.\n";
-const std::string cannot_compress = "Cannot compress log file. Log: [%1].\n";
-
-const fault_t faults[] = {
-    {"size unknown", "Access denied.\nFailed to get the size of file [%1].", [](auto& files) { files.size = denied; }},
-    {"oldest archive stays", cannot_age + "Failed to delete file: [%1.10.gz].", [](auto& files) { files.remove = denied; }},
-    {"newest archive cannot be renamed", cannot_age + "Failed to rename file [%1.gz] to [%1.1.gz].",
-     [](auto& files) {
-         files.rename = [real = files.rename](auto& from, auto& to) {
-             return from.ends_with(L".log.gz") ? denied() : real(from, to);
-         };
-     }},
-    {"directory cannot be written", "Failed to open GZ archive [%1.gz].\nError code: 13",
-     [](auto& files) {
-         files.gz_open = [](auto&&...) {
-             errno = EACCES;
-             return gzFile();
-         };
-     }},
-    {"seek fails", cannot_compress + "Access denied.\nFailed to read file [%1].", [](auto& files) { files.seek = denied; },
-     writes_dropped},
-    {"read fails", cannot_compress + "Access denied.\nFailed to read file [%1].", [](auto& files) { files.read = denied; }},
-    {"read ends too early", cannot_compress + "Failed to read file [%1].",
-     [](auto& files) {
-         files.read = [real = files.read, calls = 0](HANDLE file, void* to, DWORD, DWORD& got) mutable {
-             return real(file, to, ++calls == 1 ? 1000 : 0, got);
-         };
-     }},
-    {"disk full", cannot_compress + "Cannot add data to the GZ archive [%1.gz].", [](auto& files) { files.gz_write = denied; }},
-    {"disk full at the archive's end", cannot_compress + "Cannot add data to the GZ archive [%1.gz].",
-     [](auto& files) { files.gz_finish = [](gzFile) { return Z_ERRNO; }; }},
-    {"log cannot be emptied", cannot_compress + "Access denied.\nFailed to empty file [%1].",
-     [](auto& files) { files.cut = denied; }},
-    {"archive cannot be closed", "Cannot close GZ archive [%1.gz].",
-     [](auto& files) {
-         files.gz_close = [real = files.gz_close](gzFile archive) {
-             real(archive);
-             return Z_ERRNO;
-         };
-     },
-     lines_moved},
-    {"disk full and unfinished archive cannot be deleted", cannot_compress + "Cannot add data to the GZ archive [%1.gz].",
-     [](auto& files) {
-         files.gz_write = denied;
-         files.remove = [real = files.remove](auto& path) { return path.ends_with(L".log.gz") ? denied() : real(path); };
-     },
-     torso_stays},
-};
-
-struct RotationFault : scratch_test, ::testing::WithParamInterface<fault_t> {};
-
-TEST_P(RotationFault, LosesNothingAndTheLogGoesOn) {
-    const effect_t effect = GetParam().effect;
-    make_archives(path);
-    const std::string lines = numbered_lines(100'000);
-    write_all(path, lines);
-
-    // Each function goes through the table in use now, so that a fault can come and go.
-    logging::file_functions_t now;
-    logging::file_functions_t files;
-    files.size = [&](auto&&... args) { return now.size(args...); };
-    files.seek = [&](auto&&... args) { return now.seek(args...); };
-    files.read = [&](auto&&... args) { return now.read(args...); };
-    files.cut = [&](auto&&... args) { return now.cut(args...); };
-    win_log_file_t file(path, files);
-
-    GetParam().play(now);
-    constexpr int attempts = 3;
-    std::string written;
-    for (int attempt = 0; attempt < attempts; ++attempt) {
-        const bool again = effect == lines_moved && attempt > 0;  // then there is nothing to do
-        const std::string failure = "Unable to validate log size limit. Log path: [%1].\n" + GetParam().cause;
-        EXPECT_EQ(thrown_text([&] {
-                      logging::rotate_when_full(file, now, {50'000, 10});
-                  }),
-                  again ? "nothing" : text::format(failure, path));
-        file.write("written meanwhile\r\n");
-        if (effect != writes_dropped)
-            written += "written meanwhile\r\n";
+        std::vector<std::string> failing;
+        played_files_t files([&](const std::string& name, int nth) {
+            return std::ranges::count(failing, name) + std::ranges::count(failing, text::format("%1 %2", name, nth)) > 0;
+        });
+        if (calls == "short read") {
+            files.functions.read = [&, real = files.functions.read](HANDLE from, void* to, DWORD length, DWORD& got) {
+                return real(from, to, failing.empty() ? length : 0, got);
+            };
+        }
+        win_log_file_t file(path, files.functions);
+        failing = cut(calls, ", ");
+        constexpr int attempts = 3;
+        std::string written;
+        for (int attempt = 0; attempt < attempts; ++attempt) {
+            files.begin();
+            const auto told = thrown([&] { logging::rotate_when_full(file, files.functions, {50'000, 10}); });
+            const std::string failure = "Unable to validate log size limit. Log path: [%1]. / " + cause;
+            const bool is_done = lines_are == "moved" && attempt > 0;
+            EXPECT_EQ(told, cut(is_done ? "nothing" : text::format(failure, path), " / "));
+            file.write("written meanwhile\r\n");
+            if (lines_are != "lost")
+                written += "written meanwhile\r\n";
+        }
+        failing.clear();
+        file.write("written after it\r\n");
+        written += "written after it\r\n";
+        if (lines_are == "moved") {
+            EXPECT_EQ(read_all(path), written);
+            EXPECT_TRUE(read_archive(archive_name(path, 0)) == lines);
+            continue;
+        }
+        EXPECT_TRUE(read_all(path) == lines + written);
+        // However often it was tried, only the archive that had to go is gone; but a torso takes a place.
+        const std::vector<std::string> archives = read_archives(path);
+        const int torsos = lines_are == "torso" ? attempts : 0;
+        for (int index = 0; index < 10 - torsos; ++index)
+            EXPECT_EQ(archives[index + torsos], archive_text(index));
+        logging::rotate_when_full(file, {}, {50'000, 10});
+        EXPECT_TRUE(read_archive(archive_name(path, 0)) == lines + written);
     }
-    now = {};
-    file.write("written after it\r\n");
-    written += "written after it\r\n";
-    if (effect == lines_moved) {
-        EXPECT_EQ(read_all(path), written);
-        EXPECT_TRUE(read_archive(archive_name(path, 0)) == lines);
-        return;
-    }
-    EXPECT_TRUE(read_all(path) == lines + written);
-    // However often it was tried, only the archive that had to go is gone; but a torso takes a place.
-    const std::vector<std::string> archives = read_archives(path);
-    const int torsos = effect == torso_stays ? attempts : 0;
-    for (int index = 0; index < 10 - torsos; ++index)
-        EXPECT_EQ(archives[index + torsos], archive_text(index));
-    logging::rotate_when_full(file, now, {50'000, 10});
-    EXPECT_TRUE(read_archive(archive_name(path, 0)) == lines + written);
 }
-
-INSTANTIATE_TEST_SUITE_P(All, RotationFault, ::testing::ValuesIn(faults));
 
 TEST(RotationKilled, AtAnyStepLeavesEveryLineReadable) {
     const std::string written = numbered_lines(300'000);
