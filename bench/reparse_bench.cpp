@@ -20,7 +20,7 @@ constexpr std::size_t entries_per_junction = 100;
 // Updates a volume that is in no memory: every point is the same junction.
 void update(std::size_t entries) {
     model_volume_t model;
-    model_volume_t::point_t junction{.tag = tag_mount_point, .data = junction_data(L"\\??\\C:\\Data")};
+    model_volume_t::point_t junction{.tag = tag_mount_point, .data = set_request(mount_point_layout, L"\\??\\C:\\Data")};
     std::size_t set = 0;
     model.index_size = [&] { return entries; };
     model.tag_of = [](std::size_t i) { return i % entries_per_junction == 0 ? tag_mount_point : tag_deduplication; };

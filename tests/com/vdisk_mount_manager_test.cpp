@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "tests/com/com_test.h"
+#include "tests/vdisk/played_vhd_host.h"
 
 namespace {
 
@@ -13,41 +14,6 @@ using com::CCoVdiskMountManager;
 using impl::CVDiskMountManager;
 using win::make_bstr;
 
-DWORD attached_disks = 0;
-
-// A host on which every file is a disk with one volume.
-impl::mount_platform_t played_host() {
-    impl::mount_platform_t platform;
-    platform.vhd.load_library = [] {
-        impl::vdmount::virtual_disk_functions_t library{};
-        library.open = [](auto, auto, auto, auto, auto, PHANDLE disk) -> DWORD {
-            *disk = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
-            return 0;
-        };
-        library.attach = [](auto...) -> DWORD {
-            ++attached_disks;
-            return 0;
-        };
-        library.physical_path = [](HANDLE, PULONG, PWSTR path) -> DWORD {
-            std::wstring(L"\\\\.\\PhysicalDrive1").copy(path, 19);
-            return 0;
-        };
-        library.detach = [](auto...) -> DWORD {
-            --attached_disks;
-            return 0;
-        };
-        return library;
-    };
-    platform.vhd.take_privilege = [](const win::privilege_t&) { return win::held_privilege_t(); };
-    platform.vhd.mount_points = {[](DWORD) {
-                                     return std::vector<impl::vdmount::disk_volume_t>{{L"\\\\?\\Volume{1}\\", 1}};
-                                 },
-                                 [](auto...) -> BOOL { return TRUE; }, [](auto...) -> BOOL { return TRUE; },
-                                 []() -> DWORD { return 0b1100; }};
-    platform.vhd.volumes.wait = [](std::uint32_t) {};
-    return platform;
-}
-
 TEST_F(VdiskMountManager, TellsThatVhdFilesCanBeMounted) {
     VARIANT_BOOL supported = 0;
     EXPECT_EQ(create<IKorvaVdiskMountManager>(CLSID_KorvaVdiskMountManager)->get_IsSupportedVhdMount(&supported), S_OK);
@@ -55,7 +21,10 @@ TEST_F(VdiskMountManager, TellsThatVhdFilesCanBeMounted) {
 }
 
 TEST_F(VdiskMountManager, AllMounterObjectsShareOneMounter) {
-    const auto manager = object_over<CCoVdiskMountManager>(std::make_shared<CVDiskMountManager>(played_host()));
+    played_vhd_host_t host;
+    impl::mount_platform_t platform;
+    platform.vhd = host.platform();
+    const auto manager = object_over<CCoVdiskMountManager>(std::make_shared<CVDiskMountManager>(platform));
     win::com_ptr<IVhdMounter> one, other;
     ASSERT_EQ(manager->get_VhdMounter(one.put()), S_OK);
     ASSERT_EQ(manager->get_VhdMounter(other.put()), S_OK);
@@ -64,13 +33,13 @@ TEST_F(VdiskMountManager, AllMounterObjectsShareOneMounter) {
     unsigned long letters = 0;
     const auto file = make_bstr(L"C:\\a.vhd");
     EXPECT_EQ(one->MountAtDriveLetter(file.get(), &letters), S_OK);
-    EXPECT_EQ(letters, 0b10000u);
+    EXPECT_EQ(letters, 0b110000u);
     EXPECT_EQ(other->MountAtDriveLetter(file.get(), &letters), DISP_E_EXCEPTION) << "mounted already";
     EXPECT_EQ(letters, 0u);
     one.reset();
-    EXPECT_EQ(attached_disks, 1u) << "the mounter outlives the object";
+    EXPECT_TRUE(host.attached) << "the mounter outlives the object";
     EXPECT_EQ(other->UmountAll(), S_OK);
-    EXPECT_EQ(attached_disks, 0u);
+    EXPECT_FALSE(host.attached);
     EXPECT_EQ(other->Umount(file.get()), DISP_E_EXCEPTION);
     EXPECT_THAT(description_of_error(), testing::StartsWith("Failed to unmount virtual disk 'C:\\a.vhd'."));
     EXPECT_EQ(other->Mount(file.get(), make_bstr(L"folder").get()), DISP_E_EXCEPTION);

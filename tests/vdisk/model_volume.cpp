@@ -180,11 +180,3 @@ bool model_volume_t::is_all_given_back() const {
     ::NtQueryObject(object_.get(), ObjectBasicInformation, &information, sizeof information, &size);
     return information.HandleCount == 1 && !thread_has_token();
 }
-
-bytes_t junction_data(std::wstring_view target) { return set_request(mount_point_layout, target); }
-
-bytes_t link_data(std::wstring_view target, bool relative) {
-    bytes_t data = set_request(symbolic_link_layout, target);
-    data[16] = relative;
-    return data;
-}

@@ -72,7 +72,3 @@ private:
 
 // Whoever holds a privilege has a token for it.
 bool thread_has_token();
-
-// The data of a junction or a symbolic link as the platform writes it.
-impl::vdmount::bytes_t junction_data(std::wstring_view target);
-impl::vdmount::bytes_t link_data(std::wstring_view target, bool relative = false);
