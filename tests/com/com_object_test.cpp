@@ -10,8 +10,8 @@
 #include "tests/com/com_test.h"
 #include "tests/com/outer_object.h"
 #include "tests/com/played_op.h"
-#include "tests/com/watched_memory.h"
 #include "tests/foundation/thrown.h"
+#include "tests/watched_memory.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include "logging/memory_receiver.h"
 #include "tests/com/com_test.h"
 #include "tests/com/lab_port.h"
-#include "tests/com/watched_memory.h"
 #include "tests/rpc/played_platform.h"
+#include "tests/watched_memory.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "tests/com/every_method.h"
 #include "tests/com/lab_port.h"
 #include "tests/com/loaded_dll.h"
-#include "tests/com/watched_memory.h"
+#include "tests/watched_memory.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "logging/memory_receiver.h"
-#include "tests/com/watched_memory.h"
+#include "tests/watched_memory.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <stdexcept>
 
 #include "rpc/remote_call.h"
-#include "tests/com/watched_memory.h"
 #include "tests/foundation/thrown.h"
+#include "tests/watched_memory.h"
 
 extern "C" unsigned long seh_probe(void (*step)(void*), void* frame);
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <set>
 
-#include "tests/com/watched_memory.h"
+#include "tests/watched_memory.h"
 #include "tests/wire/golden_rows.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include <iterator>
 #include <random>
 
-#include "tests/com/watched_memory.h"
+#include "tests/watched_memory.h"
 #include "tests/wire/golden_rows.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "tests/com/watched_memory.h"
+#include "tests/watched_memory.h"
 
 #include <windows.h>
 
