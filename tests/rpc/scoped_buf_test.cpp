@@ -26,6 +26,15 @@ TEST(RpcBuffer, KnowsItsDataWithoutTheRuntimesNode) {
     EXPECT_EQ(text_of(endless.get()), L"xxx") << "a string is not read beyond its block";
 }
 
+TEST(RpcBuffer, StartsZeroedAlsoWhereTheHeapHadUsedIt) {
+    const std::string used(600, '\xFF'), zero(600, '\0');
+    void* const first = ::MIDL_user_allocate(used.size());
+    std::memcpy(first, used.data(), used.size());
+    ::MIDL_user_free(first);
+    const win::rpc::CRpcScopedBuf<char> again(static_cast<char*>(::MIDL_user_allocate(used.size())));
+    EXPECT_EQ(std::string(again.get(), used.size()), zero);
+}
+
 TEST(RpcBuffer, AFreeThatFailsIsLoggedAndNoError) {
     const logging::captured_log_t log;
     void* const block = ::MIDL_user_allocate(8);
