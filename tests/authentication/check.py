@@ -2,6 +2,7 @@
 import os
 import subprocess
 import sys
+import threading
 
 from ntlm_peer import CONNECT, PRIVACY, Peer
 
@@ -12,11 +13,19 @@ failures = 0
 
 
 def probe(peer, mode, password=PASSWORD, calls=1):
-    run = subprocess.run([*sys.argv[1:], str(peer.port), "LAB", "operator", mode, str(calls)], capture_output=True, timeout=120,
-                         stdin=subprocess.DEVNULL, env=dict(os.environ, KORVA_PASSWORD=password))
-    check(f"{mode}: how the probe ends", run.returncode, 0)
+    run = subprocess.Popen([*sys.argv[1:], str(peer.port), "LAB", "operator", mode, str(calls)], stdin=subprocess.DEVNULL,
+                           stdout=subprocess.PIPE, encoding="utf-8", env=dict(os.environ, KORVA_PASSWORD=password))
+    watchdog = threading.Timer(120, run.kill)
+    watchdog.start()
+    lines = []
+    for line in run.stdout:
+        lines.append(line.rstrip())
+        if lines[-1] == binding(CONNECT) and peer.vanishing:  # only now the console has found nobody there
+            peer.listen()
+    check(f"{mode}: how the probe ends", run.wait(), 0)
+    watchdog.cancel()
     check(f"{mode}: messages as they are to be", peer.problems, [])
-    return run.stdout.decode("utf-8", "replace").replace("\r", "").split("\n")[:-1]
+    return lines
 
 
 def check(what, actual, expected):
@@ -57,17 +66,28 @@ def case_wrong_password(level, mode):
     check(f"{mode}, wrong password: one attempt a call", [a.accepted for a in peer.attempts], [False] * 3)
 
 
-def case_unavailable():
-    # The status that a lost service gives, here as a fault: a real loss would be repeated on the same binding first.
-    peer = Peer({"operator": PASSWORD}, lose_after=1)
+def case_dropped():
+    peer = Peer({"operator": PASSWORD}, drop_after=1)
     lines = probe(peer, "secure")
-    check("service unavailable: reconnects without privacy", lines,
+    check("connection dropped: repeated on the same binding after a wait", lines,
+          [binding(PRIVACY)] + steps("good")[:2] + ["wait"] + steps("good")[2:])
+    check("connection dropped: authenticated again, at the same level", [(a.level, a.accepted) for a in peer.attempts],
+          [(PRIVACY, True)] * 2)
+    check("connection dropped: what ran", peer.executed, [(2, PRIVACY), (0, PRIVACY), (1, PRIVACY)])
+
+
+def case_port_closed_for_a_while():
+    peer = Peer({"operator": PASSWORD}, drop_after=1, vanishing=True)
+    lines = [line for line in probe(peer, "secure") if line != "wait"]
+    check("port closed for a while: reconnects without privacy", lines,
           [binding(PRIVACY)] + steps("good")[:2] + [binding(CONNECT)] + steps("good")[2:])
-    check("service unavailable: levels of the calls", [level for _, level in peer.executed], [PRIVACY, CONNECT, CONNECT])
+    check("port closed for a while: what ran", peer.executed, [(2, PRIVACY), (0, CONNECT), (1, CONNECT)])
+    check("port closed for a while: no privacy any more", "<marker/>".encode("utf-16le") in peer.raw, True)
 
 
 cases = [lambda: case_good(CONNECT, "connect", 3), lambda: case_good(PRIVACY, "secure", 10),
-         lambda: case_wrong_password(CONNECT, "connect"), lambda: case_wrong_password(PRIVACY, "secure"), case_unavailable]
+         lambda: case_wrong_password(CONNECT, "connect"), lambda: case_wrong_password(PRIVACY, "secure"), case_dropped,
+         case_port_closed_for_a_while]
 for case in cases:
     case()
 print(f"{len(cases)} authentication cases, {failures} failures")

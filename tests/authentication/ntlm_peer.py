@@ -14,7 +14,7 @@ from impacket import ntlm
 REQUEST, RESPONSE, FAULT, BIND, BIND_ACK, AUTH3 = 0, 2, 3, 11, 12, 16
 CONNECT, PRIVACY = 2, 6
 NDR_SYNTAX = bytes.fromhex("045d888aeb1cc9119fe808002b10486002000000")
-ACCESS_DENIED, SERVER_UNAVAILABLE = 5, 1722
+ACCESS_DENIED = 5
 
 FLAGS = (ntlm.NTLMSSP_NEGOTIATE_UNICODE | ntlm.NTLMSSP_REQUEST_TARGET | ntlm.NTLMSSP_NEGOTIATE_SIGN | ntlm.NTLMSSP_NEGOTIATE_SEAL |
          ntlm.NTLMSSP_NEGOTIATE_NTLM | ntlm.NTLMSSP_NEGOTIATE_ALWAYS_SIGN | ntlm.NTLMSSP_TARGET_TYPE_SERVER |
@@ -106,10 +106,14 @@ def answer(operation, stub):
 
 
 class Peer:
-    """Serves until the program ends; `passwords` maps users to passwords. Records attempts, executed operations and all raw bytes."""
+    """Serves until the program ends; `passwords` maps users to passwords. Records attempts, executed operations and all raw bytes.
 
-    def __init__(self, passwords, lose_after=None):
-        self.passwords, self.lose_after = passwords, lose_after
+    `drop_after`: behind so many operations the next one's connection is closed without an answer, once; with `vanishing` the
+    port before it, until `listen` opens it again.
+    """
+
+    def __init__(self, passwords, drop_after=None, vanishing=False):
+        self.passwords, self.drop_after, self.vanishing = passwords, drop_after, vanishing
         self.attempts, self.executed, self.raw, self.problems = [], [], bytearray(), []
         peer = self
 
@@ -122,10 +126,17 @@ class Peer:
                 except Exception as error:  # the test reports it
                     peer.problems.append(repr(error))
 
-        server = socketserver.ThreadingTCPServer(("127.0.0.1", 0), Handler)
-        server.daemon_threads = True
-        self.port = server.server_address[1]
-        threading.Thread(target=server.serve_forever, daemon=True).start()
+        class Server(socketserver.ThreadingTCPServer):
+            daemon_threads = allow_reuse_address = True
+
+        self.port = 0
+        self.make_server = lambda: Server(("127.0.0.1", self.port), Handler)
+        self.listen()
+
+    def listen(self):
+        self.server = self.make_server()
+        self.port = self.server.server_address[1]
+        threading.Thread(target=self.server.serve_forever, args=(0.01,), daemon=True).start()
 
     def receive(self, connection, count):
         data = connection.rfile.read(count)
@@ -161,11 +172,14 @@ class Peer:
                 self.reply(connection, session, call, struct.unpack_from("<H", pdu, 22)[0], stub)
 
     def reply(self, connection, session, call, operation, stub):
-        lost = self.lose_after is not None and len(self.executed) >= self.lose_after
-        if lost or not session.accepted:
-            self.lose_after = None
-            status = SERVER_UNAVAILABLE if lost else ACCESS_DENIED
-            self.send(connection, self.header(FAULT, call, 16) + struct.pack("<LLLL", 0, 0, status, 0))
+        if len(self.executed) == self.drop_after:
+            self.drop_after = None
+            if self.vanishing:
+                self.server.shutdown()
+                self.server.server_close()
+            raise ConnectionError
+        if not session.accepted:
+            self.send(connection, self.header(FAULT, call, 16) + struct.pack("<LLLL", 0, 0, ACCESS_DENIED, 0))
             return
         self.executed.append((operation, session.level))
         result = answer(operation, stub)

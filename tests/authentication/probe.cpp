@@ -43,6 +43,7 @@ void print_authentication(RPC_BINDING_HANDLE binding) {
 }  // namespace
 
 int main(int, char** arguments) {
+    std::setvbuf(stdout, nullptr, _IONBF, 0);  // the check beside it follows
     auto functions = rpc_functions_t::real();
     functions.binding_set_auth_info = [real = functions.binding_set_auth_info](RPC_BINDING_HANDLE binding, auto... rest) {
         const RPC_STATUS status = real(binding, rest...);
@@ -50,7 +51,10 @@ int main(int, char** arguments) {
         return status;
     };
     const auto client = make_invoker_client(std::move(functions));
-    client->retry_policy().wait = [](std::uint32_t) { std::printf("wait\n"); };
+    client->retry_policy().wait = [](std::uint32_t) {
+        std::printf("wait\n");
+        ::Sleep(500);  // for a service that comes back
+    };
     client->SetEndpoint(L"127.0.0.1", static_cast<std::uint32_t>(std::atoi(arguments[1])));
     client->SetAccount(text::widen(arguments[2]), text::widen(arguments[3]), text::widen(std::getenv("KORVA_PASSWORD")));
 
