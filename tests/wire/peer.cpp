@@ -83,7 +83,7 @@ behaviour_t faulting(std::uint32_t status) {
 }
 
 behaviour_t sending(bytes raw) {
-    return {.end = behaviour_t::end_t::after_reply,
+    return {.end = behaviour_t::end_t::closed_after_reply,
             .reply = [raw = std::move(raw)](const request_t&, std::uint32_t) { return raw; }};
 }
 
@@ -184,10 +184,10 @@ void peer::serve(SOCKET socket, std::size_t connection) {
                 requests_.push_back(request);
             }
             const bytes answer = now.reply ? now.reply(request, call_id) : bytes();
-            if (answer.empty())
-                return arm_reset(socket);
             send_all(socket, answer);
-            if (now.end == end_t::after_reply)
+            if (answer.empty() || now.end == end_t::after_reply)
+                return arm_reset(socket);
+            if (now.end == end_t::closed_after_reply)
                 return;
         }  // else the last message of the NTLM exchange, which nothing answers
     }

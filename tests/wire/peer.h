@@ -23,8 +23,8 @@ struct request_t {
 // What the peer does on one connection. The first connection takes the first entry of the script, and so on; the last entry
 // serves all that follow.
 struct behaviour_t {
-    // Where the connection ends: by a reset, behind a reply in good order.
-    enum class end_t { open, at_accept, at_bind, after_bind, after_reply } end = end_t::open;
+    // Where the connection ends: by a reset, with "closed" in good order.
+    enum class end_t { open, at_accept, at_bind, after_bind, after_reply, closed_after_reply } end = end_t::open;
 
     // Answers a bind instead of the acceptance; the connection ends behind it.
     std::function<bytes(std::uint32_t call_id)> refuse_bind = {};
