@@ -3,8 +3,8 @@
 # build/bench/NAME.json. What is compared runs in one process, in turn; read the ratios, not the seconds.
 set -euo pipefail
 cd "$(dirname "$0")"
-source scripts/env.sh
 scripts/setup.sh libspdlog-dev libfmt-dev
+source scripts/env.sh
 mkdir -p build/deps/bench build/bench
 for library in spdlog fmt; do
     ln -sfn "/usr/include/$library" "build/deps/bench/$library"

@@ -3,7 +3,6 @@
 # screen is real traffic and the log that the library wrote. The demos (scripts/demo/NAME.sh):
 set -euo pipefail
 cd "$(dirname "$0")"
-source scripts/env.sh
 
 if [ $# = 0 ]; then
     ./demo.sh invoke
@@ -19,6 +18,7 @@ if [ ! -e "scripts/demo/$name.sh" ]; then
 fi
 
 scripts/setup.sh
+source scripts/env.sh
 build release
 wine_session
 
@@ -34,6 +34,8 @@ register_dll() {
     "$WINE" regsvr32 /s "$(windows_path $bin/KorvaProxyClient.dll)" </dev/null
     echo "registered"
 }
+# Tests that want nothing registered run in the same prefix.
+unregister_dll() { "$WINE" regsvr32 /s /u "$(windows_path $bin/KorvaProxyClient.dll)" </dev/null; }
 
 # Starts the lab on a free port.
 show_lab() {
@@ -49,6 +51,7 @@ show_lab() {
 console() {
     local expected=$1 status=0 shown= argument
     shift
+    set -- --account 'LAB\operator' "$@"
     for argument; do
         [[ $argument =~ ^[A-Za-z0-9._/:-]+$ ]] && shown+=" $argument" || shown+=" ${argument@Q}"
     done

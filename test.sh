@@ -3,8 +3,8 @@
 # every test case whose name holds NAME. PRESET=checked (or clang) tests another build.
 set -euo pipefail
 cd "$(dirname "$0")"
-source scripts/env.sh
 scripts/setup.sh
+source scripts/env.sh
 preset=${PRESET:-release}
 build "$preset"
 wine_session

@@ -1,4 +1,5 @@
-# Sourced by every script, from the repository's root: the private Wine prefix and how its processes end with the script.
+# Sourced by every script, from the repository's root and behind setup.sh, which installs Wine: the private Wine prefix and how
+# its processes end with the script.
 export WINEPREFIX="$PWD/build/wineprefix"
 export WINEDEBUG="${WINEDEBUG:--all}"
 # No menu entries or file associations in the user's home.
@@ -64,12 +65,12 @@ windows_path() { local path; path=$(realpath -m "$1"); echo "Z:${path//\//\\}"; 
 
 # start_lab PROGRAM OUTPUT OPTION...: starts korva-lab.exe, whose port is then in $port; what it prints goes to the file OUTPUT.
 start_lab() {
-    local lab
+    local lab until=$((SECONDS + 60))
     : >"$2"
     "$WINE" "$1" "${@:3}" >"$2" 2>&1 </dev/null &
     lab=$!
     until grep -q 'endpoint mapper' "$2"; do
-        kill -0 "$lab" 2>/dev/null || { cat "$2" >&2; exit 1; }
+        kill -0 "$lab" 2>/dev/null && [ $SECONDS -lt $until ] || { echo "The lab does not start:" >&2; cat "$2" >&2; exit 1; }
         sleep 0.1
     done
     port=$(sed -n 's/^korva-lab serves on port \([0-9]*\).*/\1/p' "$2")

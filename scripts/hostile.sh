@@ -3,8 +3,8 @@
 # time limit; this has none.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-source scripts/env.sh
 scripts/setup.sh
+source scripts/env.sh
 build "${PRESET:-release}" wire_tests
 wine_session
 KORVA_HOSTILE_REPLIES=${1:-100000} "$WINE" "build/${PRESET:-release}/bin/wire_tests.exe" --gtest_filter='HostileReplies.*'

@@ -3,8 +3,8 @@
 # scripts/lint.sh --format checks the layout alone.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-source scripts/env.sh
 scripts/setup.sh clang-format clang-tidy
+source scripts/env.sh
 
 mapfile -t sources < <(git ls-files '*.cpp' '*.h')
 clang-format --dry-run -Werror "${sources[@]}" || {

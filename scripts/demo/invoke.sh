@@ -15,3 +15,4 @@ console 1 --port 1 invoke
 
 show_requests
 show_log
+unregister_dll

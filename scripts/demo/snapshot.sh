@@ -2,7 +2,7 @@
 register_dll
 show_lab
 # The lab plays both machines: its port as the host's, then as the proxy's.
-connection=(--host localhost --port "$port" --account 'LAB\operator')
+connection=(--host localhost --port "$port")
 web=6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d02
 reports=6f8d3c1e-0f5b-4a7e-9a53-0c2f5b1a9d03
 saved=$(windows_path $out/saved)
@@ -35,3 +35,4 @@ console 1 "${connection[@]}" snapshot "<Snapshot/>" "$(windows_path $out/failed)
 
 show_requests
 show_log
+unregister_dll
