@@ -29,7 +29,10 @@ void set_failure(std::string_view assignment) {
     const auto equals = assignment.find('=');
     if (equals == std::string_view::npos)
         throw exc::runtime_exc_t(text::format("A failure is written PROCEDURE=TEXT, not '%1'.", assignment));
-    set_failure(std::string(assignment.substr(0, equals)), assignment.substr(equals + 1));
+    const std::string procedure(assignment.substr(0, equals));
+    if (std::string_view(KORVA_PROCEDURES).find(' ' + procedure + ' ') == std::string_view::npos)
+        throw exc::runtime_exc_t(text::format("There is no procedure '%1'.", procedure));
+    set_failure(procedure, assignment.substr(equals + 1));
 }
 
 std::string failure_of(const std::string& procedure) {

@@ -12,7 +12,7 @@
 // inherited. Ended, if it runs still, by the destructor.
 class child_process {
 public:
-    child_process(const std::wstring& program, const std::wstring& arguments) {
+    child_process(const std::wstring& program, const std::wstring& arguments, DWORD flags = 0) {
         std::wstring command =
             L"\"" + (program.find(L'\\') != program.npos ? L"" : own_folder()) + program + L"\" " + arguments;
 
@@ -28,7 +28,8 @@ public:
         start.dwFlags = STARTF_USESTDHANDLES;
         start.hStdOutput = start.hStdError = write_end.get();
         PROCESS_INFORMATION started{};
-        EXPECT_TRUE(::CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start, &started))
+        EXPECT_TRUE(
+            ::CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, flags, nullptr, nullptr, &start, &started))
             << text::narrow(command);
         process_.reset(started.hProcess);
         const win::unique_handle thread(started.hThread);
@@ -65,6 +66,15 @@ public:
         ::WaitForSingleObject(process_.get(), patience_ms);
         ::GetExitCodeProcess(process_.get(), &code);
         return code;
+    }
+
+    // Where the program was started with CREATE_NO_WINDOW: so it has a console of its own.
+    bool press_ctrl_c() {
+        ::SetConsoleCtrlHandler([](DWORD) -> BOOL { return TRUE; }, TRUE);  // this process is told, too
+        ::FreeConsole();
+        const bool pressed = ::AttachConsole(::GetProcessId(process_.get())) && ::GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0);
+        ::FreeConsole();
+        return pressed;
     }
 
     void end() {

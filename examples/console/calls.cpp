@@ -28,6 +28,8 @@ call_failed::call_failed(const char* call, HRESULT result) : call_(call), result
     take_error_object();
     if (lines_.empty())
         lines_.push_back(exc::system_error_text(static_cast<std::uint32_t>(result)));
+    if (result == CO_E_CLASSSTRING || result == REGDB_E_CLASSNOTREG)
+        lines_.push_back("Is KorvaProxyClient.dll registered?");
 }
 
 void call_failed::take_error_object() {

@@ -31,11 +31,13 @@ void run_cluster(const options_t& options) {
     check("ClusterVolumes", manager->get_ClusterVolumes(volumes.put()));
     show_volumes(volumes);
     for (const std::wstring& argument : options.arguments) {
+        stop_if_asked();
         const win::unique_bstr resource = win::make_bstr(argument);
         win::unique_bstr id;
         check("GetResourceIDByName", manager->GetResourceIDByName(resource.get(), id.put()));
         show("GetResourceIDByName", text::format("%1: %2", argument, win::bstr_view(id.get())),
              {{"Name", argument}, {"ID", win::bstr_view(id.get())}});
+        stop_if_asked();
         check("RefreshVMConfig", manager->RefreshVMConfig(resource.get()));
         show("RefreshVMConfig", text::format("%1: ok", argument), {{"Name", argument}});
     }

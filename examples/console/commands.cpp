@@ -75,15 +75,16 @@ void print_help() {
         "Options:\n"
         "  --host NAME     the service's host (localhost)\n"
         "  --port N        its TCP port (2600; 0 asks the host's endpoint mapper)\n"
-        "  --account NAME  DOMAIN\\user (.\\operator); the password comes from KORVA_PASSWORD or is asked for\n"
+        "  --account NAME  DOMAIN\\user (your own logon); the password comes from KORVA_PASSWORD or is asked for\n"
         "  --secure        encrypt the connection (invoke alone)\n"
         "  --wait SECONDS  how long a snapshot or an import may take (3600)\n"
         "  --xml           print one XML document instead of text; progress goes to standard error\n"
         "  --              what follows are arguments\n"
         "\n"
         "Errors go to standard error; with --xml, those of the command into the document.\n"
-        "Exit codes: 0 done, 1 failed, 2 the command line is wrong, 130 interrupted by Ctrl-C (and tidied up on the host;\n"
-        "a second Ctrl-C ends at once).");
+        "Exit codes: 0 done, 1 failed, 2 the command line is wrong, 130 interrupted by Ctrl-C: what was begun on the host is\n"
+        "tidied up, but for a snapshot or an import that it still makes ('close' ends that). A second Ctrl-C ends\n"
+        "at once.");
 }
 
 void print_help(const command_t& command) {

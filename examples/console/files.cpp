@@ -1,5 +1,7 @@
 #include "files.h"
 
+#include <windows.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
@@ -7,7 +9,9 @@
 
 #include "foundation/convert.h"
 #include "foundation/errors.h"
+#include "foundation/format.h"
 #include "foundation/nesting.h"
+#include "foundation/system_text.h"
 
 namespace {
 
@@ -19,10 +23,18 @@ struct closer {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
+// The system's reason stands beneath.
+[[noreturn]] void fail(const char* what, const std::wstring& path) {
+    const DWORD code = ::GetLastError();
+    exc::runtime_exc_t failure(text::format("Cannot %1 %2.", what, path));
+    failure.add_line(exc::system_error_text(code));
+    throw failure;
+}
+
 std::unique_ptr<std::FILE, closer> open(const std::wstring& path, const wchar_t* mode) {
     std::unique_ptr<std::FILE, closer> file(::_wfopen(path.c_str(), mode));
     if (!file)
-        throw exc::runtime_exc_t("Cannot open " + text::narrow(path) + ".");
+        fail("open", path);
     return file;
 }
 
@@ -33,7 +45,7 @@ void write_file(const std::wstring& path, std::wstring_view text) {
     auto file = open(path, L"wb");
     const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
     if (std::fclose(file.release()) != 0 || !written)
-        throw exc::runtime_exc_t("Cannot write " + text::narrow(path) + ".");
+        fail("write", path);
 }
 
 std::wstring read_file(const std::wstring& path) {
@@ -43,7 +55,7 @@ std::wstring read_file(const std::wstring& path) {
     while (const std::size_t count = std::fread(block, 1, sizeof block, file.get()))
         bytes.append(block, count);
     if (std::ferror(file.get()))
-        throw exc::runtime_exc_t("Cannot read " + text::narrow(path) + ".");
+        fail("read", path);
     return exc::wrap_errors([&] { return text::narrow(path) + " is no UTF-8 text."; },
                             [&] { return text::widen(bytes.starts_with("\xEF\xBB\xBF") ? bytes.substr(3) : bytes); });
 }

@@ -11,11 +11,13 @@ win::com_ptr<IKorvaHvIntegrator> connect_integrator(const options_t& options) {
     auto integrator = create_client<IKorvaHvIntegrator>(L"KorvaProxyClientDll.KorvaHvIntegrator", options);
     check("TestConnection", integrator->TestConnection());
     show("TestConnection", "ok");
+    stop_if_asked();
     return integrator;
 }
 
 void wait_for(const win::com_ptr<IKorvaHvAsyncOp>& operation, const options_t& options) {
     constexpr DWORD first_pause_ms = 500, longest_pause_ms = 5000;
+    constexpr const char* how_to_end = "'close' ends what the host makes of it.";
     const ULONGLONG begun = ::GetTickCount64(), limit_ms = 1000ull * options.wait_seconds;
     for (DWORD poll = 1;; ++poll) {
         check("Refresh", operation->Refresh());
@@ -35,11 +37,15 @@ void wait_for(const win::com_ptr<IKorvaHvAsyncOp>& operation, const options_t& o
         }
         const ULONGLONG waited_ms = ::GetTickCount64() - begun;
         if (waited_ms >= limit_ms)
-            throw exc::runtime_exc_t(
-                text::format("The operation %1 has not completed in %2 seconds; 'close' ends what the host makes of it.",
-                             id_of(operation), options.wait_seconds));
+            throw exc::runtime_exc_t(text::format("The operation %1 has not completed in %2 seconds; %3", id_of(operation),
+                                                  options.wait_seconds, how_to_end));
         show_progress(text::format("not completed after %1 s", waited_ms / 1000));
-        pause_for(static_cast<DWORD>(std::min<ULONGLONG>({first_pause_ms * poll, longest_pause_ms, limit_ms - waited_ms})));
+        try {
+            pause_for(static_cast<DWORD>(std::min<ULONGLONG>({first_pause_ms * poll, longest_pause_ms, limit_ms - waited_ms})));
+        } catch (interrupted& error) {
+            error.add_line(text::format("The operation %1 goes on; %2", id_of(operation), how_to_end));
+            throw;
+        }
     }
 }
 

@@ -13,8 +13,10 @@
 #include "options.h"
 #include "output.h"
 #include "password.h"
+#include "steps.h"
 
-// A new object of the class, with the command line's endpoint and account; the password's copy for the call is cleared.
+// A new object of the class, with the command line's endpoint and, where it names one, account; the password's copy for the
+// call is cleared.
 template <class Interface>
 win::com_ptr<Interface> create_client(const wchar_t* prog_id, const options_t& options) {
     auto object = create_object<Interface>(prog_id);
@@ -22,13 +24,16 @@ win::com_ptr<Interface> create_client(const wchar_t* prog_id, const options_t& o
     check("SetEndpoint", object->SetEndpoint(win::make_bstr(options.host).get(), options.port));
     show("SetEndpoint", text::format("%1, port %2", options.host, options.port),
          {{"Host", options.host}, {"Port", options.port}});
-    const win::unique_bstr account = win::make_bstr(options.account);
-    const win::secret_t password = read_password(options.account);
-    const win::unique_bstr password_text = win::make_bstr(password.text());
-    const HRESULT result = object->SetAccount(account.get(), password_text.get());
-    ::SecureZeroMemory(password_text.get(), ::SysStringByteLen(password_text.get()));
-    check("SetAccount", result);
-    show("SetAccount", text::format("%1", options.account), {{"Account", options.account}});
+    if (!options.account.empty()) {
+        const win::unique_bstr account = win::make_bstr(options.account);
+        const win::secret_t password = read_password(options.account);
+        const win::unique_bstr password_text = win::make_bstr(password.text());
+        const HRESULT result = object->SetAccount(account.get(), password_text.get());
+        ::SecureZeroMemory(password_text.get(), ::SysStringByteLen(password_text.get()));
+        check("SetAccount", result);
+        show("SetAccount", text::format("%1", options.account), {{"Account", options.account}});
+    }
+    stop_if_asked();
     return object;
 }
 

@@ -29,13 +29,16 @@ void run_invoke(const options_t& options) {
     const char* const connect = options.secure ? "SecureConnect" : "Connect";
     check(connect, options.secure ? invoker->SecureConnect(version.get()) : invoker->Connect(version.get()));
     show(connect, "ok");
+    stop_if_asked();
     check("TestConnection", invoker->TestConnection(version.get()));
     show("TestConnection", "ok");
+    stop_if_asked();
 
     win::unique_bstr reply;
     check("DoRpc", invoker->DoRpc(command.get(), input.get(), reply.put()));
     show("DoRpc", text::format("%1 %2 -> %3", name, xml, win::bstr_view(reply.get())),
          {{"Command", name}, {"Input", xml}, {"Reply", win::bstr_view(reply.get())}});
+    stop_if_asked();
 
     constexpr ULONG sent = 4096;
     const win::unique_safe_array block = make_block(sent);

@@ -26,26 +26,26 @@ const command_t& wanted_command(const options_t& options) {
         throw usage_error(text::format("The arguments are: %1 %2; see %1 --help.", command.name, command.arguments));
     if (options.secure && command.run != run_invoke)
         throw usage_error("--secure is for invoke alone: the other services are not encrypted.");
+    if (!options.help && options.account.empty() && ::_wgetenv(L"KORVA_PASSWORD"))
+        throw usage_error("KORVA_PASSWORD is set, but no account: name it by --account.");
     return command;
 }
 
 int run(const options_t& options, const command_t& command) {
     const xml_output output(options.xml, options.command);
+    exit_code_t code = done;
+    catch_ctrl_c();
     try {
         const apartment com;
-        catch_ctrl_c();
         command.run(options);
-        return done;
-    } catch (const interrupted& error) {
-        show_failure(error);
-        return stopped;
     } catch (const usage_error& error) {
         show_failure(error);
-        return wrong_usage;
+        code = wrong_usage;
     } catch (const std::exception& error) {
         show_failure(error);
-        return failed;
+        code = failed;
     }
+    return asked_to_stop() ? stopped : code;  // whatever the call came to that was running then
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ struct usage_error : exc::runtime_exc_t {
 struct options_t {
     std::wstring host = L"localhost";
     int port = 2600;
-    std::wstring account = L".\\operator";
+    std::wstring account;  // empty: the caller's own logon
     bool secure = false;
     unsigned wait_seconds = 3600;  // for the host's work
     bool xml = false;

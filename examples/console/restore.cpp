@@ -21,6 +21,7 @@ void show_restore_paths(const win::unique_bstr& paths_xml) {
 void restore_files(const win::com_ptr<IKorvaHvRestoreMngr>& manager, const GUID& session) {
     run_and_end(
         [&] {
+            stop_if_asked();
             win::unique_bstr paths;
             check("GetRestorePathsXml", manager->GetRestorePathsXml(session, paths.put()));
             show_restore_paths(paths);
@@ -54,6 +55,7 @@ void run_restore(const options_t& options) {
         [&] {
             check("ImportConfig", manager->ImportConfig(session, backup.get(), writers.get()));
             show("ImportConfig", "ok");
+            stop_if_asked();
             check("PreRestore",
                   manager->PreRestore(session, win::make_bstr(machine).get(), files.get(), win::make_bstr(destination).get()));
             show("PreRestore", text::format("%1, %2", machine, destination.empty() ? L"to where it was" : L"to " + destination),

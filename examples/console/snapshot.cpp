@@ -73,6 +73,7 @@ void back_up(const snapshot_ptr& snapshot, const std::vector<std::wstring>& mach
     run_and_end(
         [&] {
             save_documents(snapshot, saved);
+            stop_if_asked();
             for (; next != machines.end(); ++next) {
                 read_files(snapshot, *next, saved);
                 report(snapshot, *next, true);
@@ -127,6 +128,7 @@ void run_snapshot(const options_t& options) {
     const GUID id = made_by(id_of(operation), offhost);
     run_and_end(
         [&] {
+            stop_if_asked();
             snapshot_ptr snapshot;
             check("GetSnapshotByOpID", onhost->GetSnapshotByOpID(id_of(operation), snapshot.put()));
             show("GetSnapshotByOpID", "its documents");
@@ -157,11 +159,11 @@ void run_import(const options_t& options) {
     run_and_end(
         [&] {
             for (const std::wstring& machine : saved.machines()) {
+                stop_if_asked();
                 win::unique_safe_array files;
                 const win::unique_bstr list = win::make_bstr(read_file(saved.files_of(machine)));
                 check("ConvertOffhostPaths", offhost->ConvertOffhostPaths(id, list.get(), files.put()));
                 show_files("ConvertOffhostPaths", machine, files);
-                stop_if_asked();
             }
         },
         [&](bool) { close(offhost, id); });

@@ -8,7 +8,8 @@ namespace {
 
 // The call that is running can take minutes to fail.
 BOOL WINAPI announce(DWORD) {
-    std::fputs("Interrupted: the running call ends, then this tidies up. Another Ctrl-C ends at once.\n", stderr);
+    if (!asked_to_stop())
+        std::fputs("Interrupted: the running call ends, then this tidies up. Another Ctrl-C ends at once.\n", stderr);
     return FALSE;  // to the handler that sets the event
 }
 
@@ -18,6 +19,8 @@ void catch_ctrl_c() {
     win::ctrl_c_event();
     ::SetConsoleCtrlHandler(announce, TRUE);
 }
+
+bool asked_to_stop() { return ::WaitForSingleObject(win::ctrl_c_event(), 0) == WAIT_OBJECT_0; }
 
 void stop_if_asked() { pause_for(0); }
 

@@ -13,6 +13,7 @@ struct interrupted : exc::runtime_exc_t {
 
 // From now on the first Ctrl-C lets the running command tidy up on the host; the next one ends the process at once.
 void catch_ctrl_c();
+bool asked_to_stop();
 // Both throw `interrupted` where Ctrl-C was pressed, the pause as soon as it is.
 void stop_if_asked();
 void pause_for(DWORD ms);

@@ -68,11 +68,14 @@ void track(const win::com_ptr<IKorvaHvCtpMngr>& manager, ULONG file, const win::
     win::com_ptr<IFileStandardInfo> info;
     check("FlushFileChanges", manager->FlushFileChanges(file, info.put()));
     show_info("FlushFileChanges", info);
+    stop_if_asked();
     double_cache(manager, file);
+    stop_if_asked();
 
     // As after a backup that failed: the changes since the first index count again.
     check("SetFileCTIndex", manager->SetFileCTIndex(file, first.get()));
     show("SetFileCTIndex", index_t(first).described(), {{"Index", index_t(first).current}});
+    stop_if_asked();
     check("GetFileStandardInfo", manager->GetFileStandardInfo(file, info.put()));
     show_info("GetFileStandardInfo", info);
 }
@@ -88,6 +91,7 @@ void run_track(const options_t& options) {
     win::com_ptr<IKorvaHvCtpMngr> manager;
     check("CtpMngr", integrator->get_CtpMngr(manager.put()));
     show_driver(manager);
+    stop_if_asked();
 
     win::com_ptr<IAddFileResult> added;
     ULONG file = 0;
@@ -99,7 +103,6 @@ void run_track(const options_t& options) {
             check("Index", added->get_Index(first.put()));
             show("AddFile", text::format("file %1, %2", file, index_t(first).described()), {{"FileID", file}});
             track(manager, file, first);
-            stop_if_asked();
         },
         [&](bool) {
             check("RemoveFile", manager->RemoveFile(file, RemoveFileOptNone));

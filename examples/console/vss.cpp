@@ -68,6 +68,7 @@ void run_vss(const options_t& options) {
     check("VssInfoCollector", integrator->get_VssInfoCollector(collector.put()));
     check("VSSProviders", collector->get_VSSProviders(enumerator.put()));
     const std::vector<provider_t> providers = show_providers(enumerator);
+    stop_if_asked();
 
     if (!options.arguments.empty() && !providers.empty()) {
         const auto request = create_object<IKorvaVssIsVolumesSupportedRequest>(L"KorvaProxyClientDll.KorvaVssIsVolumesSuppo");
@@ -77,6 +78,7 @@ void run_vss(const options_t& options) {
         win::unique_bstr answer;
         check("IsVolumesSupported", collector->IsVolumesSupported(request.get(), answer.put()));
         show_answer(answer, providers);
+        stop_if_asked();
     }
 
     win::unique_bstr document;

@@ -9,6 +9,7 @@
 #include "lab/failures.h"
 #include "lab/host_model.h"
 #include "lab/request_log.h"
+#include "lab/serve.h"
 #include "lab/server.h"
 #include "tests/com/loaded_dll.h"
 #include "tests/system/client.h"
@@ -62,18 +63,27 @@ protected:
     }
 
     // "{saved}" in the arguments is a folder of this test.
-    ended_t run(std::wstring arguments, std::optional<int> other_port = std::nullopt) {
+    child_process start(std::wstring arguments, std::optional<int> other_port = std::nullopt, DWORD flags = 0) {
         for (std::size_t at; (at = arguments.find(L"{saved}")) != std::wstring::npos;)
             arguments.replace(at, 7, folder_.wstring());
-        child_process console(L"korva-console.exe", L"--account LAB\\operator --port " +
-                                                        std::to_wstring(other_port.value_or(static_cast<int>(port()))) + L' ' +
-                                                        arguments);
+        return {L"korva-console.exe",
+                L"--account LAB\\operator --port " + std::to_wstring(other_port.value_or(static_cast<int>(port()))) + L' ' +
+                    arguments,
+                flags};
+    }
+
+    static ended_t end_of(child_process& console) {
         ended_t ended;
         ended.output = without_columns(console.read_all());
         ended.exit_code = console.exit_code();
         ended.requests = take_requests();
         EXPECT_THAT(ended.output, Not(HasSubstr("secret")));
         return ended;
+    }
+
+    ended_t run(const std::wstring& arguments, std::optional<int> other_port = std::nullopt) {
+        child_process console = start(arguments, other_port);
+        return end_of(console);
     }
 
     const single_threaded_com com_;
@@ -185,7 +195,37 @@ TEST_F(Console, TidiesUpWhatFails) {
                 "HvTestConnection HvGetSnapshotIDByOperationID HvCloseSnapshot");
     const ended_t ended = run(proxy);
     EXPECT_EQ(ended.exit_code, 1u) << "nothing old passes for new";
-    EXPECT_THAT(ended.output, HasSubstr("korva-console: Cannot open "));
+    EXPECT_THAT(ended.output, AllOf(HasSubstr("korva-console: Cannot open "), HasSubstr(".\r\n File not found.\r\n")));
+}
+
+// The host is held in a call, and let go when Ctrl-C was pressed. Under Wine the console is told as that call returns: the
+// pauses before the replies give it the time.
+TEST_F(Console, StopsAtCtrlCAndTidiesUp) {
+    EXPECT_EQ(run(snapshot).exit_code, 0u);
+    const struct {
+        const wchar_t* arguments;
+        const char *running, *output, *never;
+    } rows[] = {
+        {restore, "CreateRestoreSession", "CloseSession ok\r\n", "HvPreRestore"},
+        {snapshot, "HvBeginSnapshotCreationEx", " goes on; 'close' ends ", "HvGetSnapshotIDByOperationID"},
+        {L"vss D:\\", "HvVssEnumProviders", "", "HvVssCollectWriterDoc"},
+    };
+    lab::set_reply_pause(100);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.running);
+        std::optional<lab::locked_host> held(lab::host());
+        child_process console = start(row.arguments, std::nullopt, CREATE_NO_WINDOW);
+        std::string requests;
+        for (int i = 0; i < 1000 && !requests.ends_with(row.running); ++i, ::Sleep(10))
+            requests += take_requests();
+        ASSERT_TRUE(console.press_ctrl_c()) << ::GetLastError();
+        held.reset();
+        const ended_t ended = end_of(console);
+        EXPECT_EQ(ended.exit_code, 130u);
+        EXPECT_THAT(ended.output, AllOf(HasSubstr("korva-console: Interrupted.\r\n"), HasSubstr(row.output)));
+        EXPECT_THAT(ended.requests, Not(HasSubstr(row.never)));
+    }
+    lab::set_reply_pause(std::nullopt);
 }
 
 TEST_F(Console, RefusesAWrongCommandLineBeforeItDoesAnything) {
@@ -216,7 +256,8 @@ TEST_F(Console, MeetsALabThatIsToldHowItsWorkGoes) {
     const ended_t ended = run(L"snapshot \"<Snapshot/>\" \"{saved}\"", lab.port());
     EXPECT_EQ(ended.exit_code, 1u);
     EXPECT_THAT(ended.output, AllOf(HasSubstr("Refresh 1: failed"), HasSubstr("The disk is full.")));
-    for (const wchar_t* wrong : {L"--port 12abc", L"--port 65536", L"--polls -1", L"--reply-pause", L"--none"})
+    for (const wchar_t* wrong :
+         {L"--port 12abc", L"--port 65536", L"--polls -1", L"--reply-pause", L"--none", L"--fail HvPrerestore=x"})
         EXPECT_EQ(child_process(L"korva-lab.exe", wrong).exit_code(), 1u);
 }
 
