@@ -36,16 +36,18 @@ static class FirstCall
             var onhost = integrator.OnhostVss;
             var operation = onhost.BeginSnapshotCreationEx($"<Snapshot><VM ID='{Machine}'/></Snapshot>", "Sample", "FirstCall");
             Wait(operation);
-            var snapshot = onhost.GetSnapshotByOpID(operation.OperationID);
+            // The host keeps the snapshot until it is closed: its identifier comes first.
+            Guid id = integrator.OffhostVss.GetSnapshotIDByOperationID(operation.OperationID);
             try
             {
+                var snapshot = onhost.GetSnapshotByOpID(operation.OperationID);
                 foreach (string path in snapshot.EnumVmFiles(Machine))
                     Console.WriteLine(path);
                 snapshot.SetVmBackupStatus(Machine, true);
             }
             finally
             {
-                onhost.CloseSnapshot(snapshot.SnapshotID);
+                onhost.CloseSnapshot(id);
             }
             return 0;
         }

@@ -1,17 +1,18 @@
 // early_bound.exe [HOST PORT ACCOUNT]: a snapshot of a Hyper-V host, its machine "web" and the machine's files, by the
 // generated header. The password is taken from KORVA_PASSWORD; without it the host sees the caller's own logon. Nothing is
-// registered: early_bound.exe.manifest names the DLL's assembly, which lies beside the program. Either line builds it (the
-// first was not tried where this kit is made):
+// registered: early_bound.exe.manifest names the DLL's assembly; it, the assembly's manifest and the DLL lie beside the program,
+// in ..\bin. There either line puts it (the first was not tried where this kit is made):
 //
-//   cl /EHsc /I ..\sdk early_bound.cpp ..\sdk\KorvaProxyClient_i.c ole32.lib oleaut32.lib uuid.lib
-//   x86_64-w64-mingw32-g++ -I../sdk early_bound.cpp ../sdk/KorvaProxyClient_i.c -static -municode -lole32 -loleaut32 -luuid
+//   cl /std:c++17 /EHsc /Fe..\bin\ /I..\sdk early_bound.cpp ..\sdk\KorvaProxyClient_i.c ole32.lib oleaut32.lib uuid.lib
+//   x86_64-w64-mingw32-g++ -o ../bin/early_bound.exe -I../sdk early_bound.cpp ../sdk/KorvaProxyClient_i.c -std=c++17 -static
+//       -municode -lole32 -loleaut32 -luuid
 #include <windows.h>
 
 #include <KorvaProxyClient.h>
 #include <oleauto.h>
 
 #include <cstdio>
-#include <cstdlib>
+#include <cwchar>
 #include <stdexcept>
 #include <string>
 
@@ -57,7 +58,9 @@ void check(const char* call, HRESULT result) {
     object<IErrorInfo> error;
     if (::GetErrorInfo(0, &error.pointer) == S_OK)
         error->GetDescription(&description.value);
-    throw std::runtime_error(std::string(call) + ": " + utf8(description.value));
+    char code[32];
+    std::snprintf(code, sizeof code, " failed (0x%08lX): ", static_cast<unsigned long>(result));
+    throw std::runtime_error(call + (code + utf8(description.value)));
 }
 
 void wait_for(const object<IKorvaHvAsyncOp>& operation) {
@@ -117,13 +120,15 @@ void run(const std::wstring& host, int port, const std::wstring& account) {
                                           text(L"early_bound").value, &operation.pointer));
     wait_for(operation);
 
-    GUID id{};
-    check("OperationID", operation->get_OperationID(&id));
-    object<IKorvaHvVssSnapshot> snapshot;
-    check("GetSnapshotByOpID", onhost->GetSnapshotByOpID(id, &snapshot.pointer));
-    check("SnapshotID", snapshot->get_SnapshotID(&id));
-    // The host keeps a snapshot until it is told to let it go, whatever becomes of the work with it.
+    // The host keeps a snapshot until it is told to let it go, whatever becomes of the work with it: its identifier comes first.
+    GUID operation_id{}, id{};
+    object<IKorvaHvOffhostVss> offhost;
+    check("OperationID", operation->get_OperationID(&operation_id));
+    check("OffhostVss", integrator->get_OffhostVss(&offhost.pointer));
+    check("GetSnapshotIDByOperationID", offhost->GetSnapshotIDByOperationID(operation_id, &id));
     try {
+        object<IKorvaHvVssSnapshot> snapshot;
+        check("GetSnapshotByOpID", onhost->GetSnapshotByOpID(operation_id, &snapshot.pointer));
         back_up(snapshot, machine);
     } catch (...) {
         onhost->CloseSnapshot(id);

@@ -14,9 +14,10 @@ try {
     $invoker.DoRpc('GetHostInfo', '<Host/>', [ref]$answer)
     "The service answers: $answer"
 }
-catch [System.Runtime.InteropServices.COMException] {
+catch {  # not COMException alone: .NET has kinds of its own for some codes
     # A line for each step that failed, the outermost on top.
     Write-Error ('0x{0:X8}: {1}' -f $_.Exception.HResult, $_.Exception.Message)
+    exit 1
 }
 finally {
     [void][System.Runtime.InteropServices.Marshal]::ReleaseComObject($invoker)

@@ -3,14 +3,14 @@
 // KORVA_PASSWORD; without it the service sees the caller's own logon. Either line builds it (the first was not tried where this
 // kit is made):
 //
-//   cl /EHsc late_bound.cpp ole32.lib oleaut32.lib uuid.lib
-//   x86_64-w64-mingw32-g++ late_bound.cpp -static -municode -lole32 -loleaut32 -luuid
+//   cl /std:c++17 /EHsc /Fe..\bin\ late_bound.cpp ole32.lib oleaut32.lib uuid.lib
+//   x86_64-w64-mingw32-g++ -o ../bin/late_bound.exe late_bound.cpp -std=c++17 -static -municode -lole32 -loleaut32 -luuid
 #include <windows.h>
 
 #include <oleauto.h>
 
 #include <cstdio>
-#include <cstdlib>
+#include <cwchar>
 #include <initializer_list>
 #include <iterator>
 #include <vector>
