@@ -16,7 +16,7 @@ for part in "${parts[@]:-}"; do
     [ -e "scripts/package/check_$part.sh" ] || { echo "KORVA_CHECK: there is no check '$part'." >&2; exit 2; }
 done
 
-scripts/setup.sh wixl=0.101+repack-1 unzip osslsigncode openssl
+scripts/setup.sh wixl=0.101+repack-1 msitools=0.101+repack-1 unzip osslsigncode=2.5-4 openssl
 source scripts/env.sh
 source scripts/package/kit.sh
 

@@ -1,8 +1,21 @@
 echo "-- installed, called, upgraded and removed by msiexec"
-# An older version with a file that the new one has not.
+# By these Windows decides what an upgrade replaces (kit.sh); Wine compares nothing.
+msiinfo export "$kit.msi" File | awk -F'\t' '$3 ~ /\.(dll|exe)$/ {print $3, $5}' > "$try/versions"
+[ "$(grep -c " $version.0$" "$try/versions")" = $((1 + ${#programs[@]})) ] || failed "versions of files: $(cat "$try/versions")"
+
+# An older version, also by its programs' version resources, with a file that the new one has not.
 mkdir -p "$try/old"
 cp -r "$kit" "$try/old/$name"
 echo old > "$try/old/$name/sdk/old.txt"
+python - "$try/old/$name"/{bin/*.dll,*/*.exe} <<'PATCH'
+import pathlib
+import sys
+
+for file in map(pathlib.Path, sys.argv[1:]):
+    data = file.read_bytes()
+    at = data.index(b"\xBD\x04\xEF\xFE") + 8  # VS_FIXEDFILEINFO: signature, its own version, the file's version
+    file.write_bytes(data[:at] + bytes.fromhex("0900050000000000") + data[at + 8 :])
+PATCH
 make_installer 5.9.0 "$try/old/$name"
 
 make_prefix
@@ -19,6 +32,7 @@ expect '<LabReply Command="GetHostInfo">' wine "$installed/bin/late_bound.exe" l
 
 wine msiexec /qn /i "$(windows_path "$kit.msi")"
 [ ! -e "$installed/sdk/old.txt" ] || failed "the upgrade leaves a file of the old version"
+diff -r "$kit" "$installed" >"$try/diff" || failed "the upgrade does not bring the new files: $(cat "$try/diff")"
 [ "$(products | grep -c 'DisplayName.*KorvaProxyClient')" = 1 ] || failed "not one product after the upgrade"
 products | grep -q "DisplayVersion.*$version" || failed "not version $version after the upgrade"
 expect '<LabReply Command="GetHostInfo">' wine "$installed/bin/late_bound.exe" localhost "$port"

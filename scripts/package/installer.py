@@ -92,8 +92,8 @@ def main(version, kit, target):
     components = {"Library": [], "SDK": []}
     folders = list(folder_lines(kit, kit, components))
     features = []
-    for name, options in (("Library", 'Title="Library" Absent="disallow"'), ("SDK", 'Title="SDK: descriptions, samples, programs, documentation"')):
-        features += [f'<Feature Id="{name}" {options} Level="1">']
+    for name, title in (("Library", "Library"), ("SDK", "SDK: descriptions, samples, programs, documentation")):
+        features += [f'<Feature Id="{name}" Title="{title}" Level="1">']
         features += [f'<ComponentRef Id="{component}"/>' for component in components[name]] + ["</Feature>"]
     lines = [
         '<?xml version="1.0" encoding="UTF-8"?>',

@@ -21,14 +21,25 @@ make_kit() {
     (cd "$1" && sha256sum "$name.zip" "$name.msi" > SHA256SUMS && cat SHA256SUMS)
 }
 
-# make_installer VERSION KIT: the installer KIT.msi. What wixl cannot know (bytes of the installer differ from build to build:
-# its package code is new each time) stands in installer.py.
+# make_installer VERSION KIT: the installer KIT.msi. Its bytes differ from build to build: its package code is new each time.
 make_installer() {
     local folder
     folder=$(dirname "$2")
     python scripts/package/installer.py "$1" "$2" "$folder/installer.wxs"
     (cd "$folder" && wixl -a x64 -o "$(basename "$2").msi" installer.wxs)
     rm "$folder/installer.wxs"
+    write_file_versions "$1" "$2.msi"
+}
+
+# wixl writes no file versions. Without them Windows takes an installed program, which has one, for the newer file, leaves the new
+# one out of an upgrade, and then removes the old one. A file has a version or a hash.
+write_file_versions() {
+    local file queries=()
+    for file in $(msiinfo export "$2" File | awk -F'\t' '$3 ~ /\.(dll|exe)$/ {print $1}'); do
+        queries+=("UPDATE File SET Version = '$1.0', Language = '1033' WHERE File = '$file'"
+                  "DELETE FROM MsiFileHash WHERE File_ = '$file'")
+    done
+    msibuild "$2" -q "${queries[@]}"
 }
 
 # fill_kit BUILD-FOLDER KIT-FOLDER
@@ -36,6 +47,7 @@ fill_kit() {
     local bin=$1/bin kit=$2 program file
     mkdir -p "$kit"/{bin,sdk/wire,samples,lab,docs}
     cp "$bin"/KorvaProxyClient.{dll,dll.debug,Assembly.manifest} "$bin"/early_bound.exe.manifest "$kit/bin/"
+    cp "$bin/early_bound.exe.manifest" "$kit/bin/korva-console.exe.manifest"
     for program in "${programs[@]}"; do
         case $program in
             korva-lab | KorvaDeploymentSvc) file=$kit/lab/$program.exe ;;
