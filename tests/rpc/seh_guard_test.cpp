@@ -29,6 +29,8 @@ TEST(SehGuard, TakesAStatusOfAnyNumber) {
         raised_t raised{status, {}};
         EXPECT_EQ(korva_seh_guard(raise, &raised), status);
     }
+    raised_t nothing{0, {}};
+    EXPECT_EQ(korva_seh_guard(raise, &nothing), 1726u) << "0 would be a call that succeeded";
 }
 
 TEST(SehGuard, PassesOnWhatIsNoStatus) {
