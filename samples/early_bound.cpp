@@ -1,7 +1,7 @@
 // early_bound.exe [HOST PORT ACCOUNT]: a snapshot of a Hyper-V host, its machine "web" and the machine's files, by the
 // generated header. The password is taken from KORVA_PASSWORD; without it the host sees the caller's own logon. Nothing is
-// registered: early_bound.exe.manifest names the DLL's assembly; it, the assembly's manifest and the DLL lie beside the program,
-// in ..\bin. There either line puts it (the first was not tried where this kit is made):
+// registered: early_bound.exe.manifest names the DLL's assembly; both manifests and the DLL lie beside the program, in ..\bin.
+// There either line puts it (the first was not tried where this kit is made):
 //
 //   cl /std:c++17 /EHsc /Fe..\bin\ /I..\sdk early_bound.cpp ..\sdk\KorvaProxyClient_i.c ole32.lib oleaut32.lib uuid.lib
 //   x86_64-w64-mingw32-g++ -o ../bin/early_bound.exe -I../sdk early_bound.cpp ../sdk/KorvaProxyClient_i.c -std=c++17 -static
@@ -120,7 +120,7 @@ void run(const std::wstring& host, int port, const std::wstring& account) {
                                           text(L"early_bound").value, &operation.pointer));
     wait_for(operation);
 
-    // The host keeps a snapshot until it is told to let it go, whatever becomes of the work with it: its identifier comes first.
+    // The host keeps a snapshot until it is told to let it go, whatever becomes of the work with it: its ID comes first.
     GUID operation_id{}, id{};
     object<IKorvaHvOffhostVss> offhost;
     check("OperationID", operation->get_OperationID(&operation_id));

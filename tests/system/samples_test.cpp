@@ -31,8 +31,8 @@ TEST_F(Samples, EarlyBoundNeedsNoRegistration) {
     EXPECT_THAT(run(L"early_bound.exe", lab.port()),
                 AllOf(HasSubstr("HarddiskVolumeShadowCopy1\\vm\\web\\system.vhd"), HasSubstr("Snapshot closed.")));
     EXPECT_EQ(exit_code, 0u);
-    EXPECT_THAT(run(L"early_bound.exe", 1),
-                AllOf(HasSubstr("TestConnection failed (0x80020009): Failed to check"), HasSubstr("\r\nRPC function call failed.")));
+    EXPECT_THAT(run(L"early_bound.exe", 1), AllOf(HasSubstr("TestConnection failed (0x80020009): Failed to check"),
+                                                  HasSubstr("\r\nRPC function call failed.")));
     EXPECT_EQ(exit_code, 1u);
 }
 
