@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <new>
+#include <stdexcept>
 
 #include "foundation/errors.h"
 #include "logging/memory_receiver.h"
@@ -31,6 +32,12 @@ TEST_F(guard_test, EveryErrorIsLoggedAndLeavesAsItsHresultWithItsText) {
         {"a code of the system's", [] { throw exc::win_sys_exc_t("m", 5); }, 0x80070005, exc::win_sys_exc_t("m", 5).what(),
          "ERR |Access denied."},
         {"a status of the remote call's", [] { throw exc::rpc_exc_t(5); }, 0x80010005, "Access denied.", "ERR |Access denied."},
+        {"a standard exception", [] { throw std::out_of_range("index"); }, 0x80020009, "index", "ERR |index"},
+        {"an implementation object's", [] { throw impl::rt_exception("T\xC3\xBCr"); }, 0x80020009, "T\xC3\xBCr",
+         "ERR |T\xC3\xBCr"},
+        {"a native status", [] { throw exc::CNtStatusExc(0xC0000034, "m"); }, 0x80020009,
+         exc::CNtStatusExc(0xC0000034, "m").what(), "ERR |NT status code: 0xC0000034"},
+        {"a locked file", [] { throw exc::file_locked_exc_t("locked"); }, 0x80020009, "locked", "ERR |locked"},
         {"what somebody else left is not quoted", [] { throw exc::com_exc_t(E_FAIL, "m"); }, 0x80020009,
          " Error code: 0x80004005\nm", "ERR | Error code: 0x80004005"},
     };

@@ -1,80 +1,46 @@
-// The thread library that is linked in never gives back what it makes once for each module: a slot of thread-local storage and
-// the semaphores of its lock of keys; nor, when the module goes, the handles that it keeps of the thread. A host that loads and
-// unloads the module for days would run out of slots, and the library then ends the process.
+// What the module's runtime keeps for each thread: thread-local variables, its own list of the exceptions in flight among them.
+// The thread library that is linked in would add two handles and some blocks for each thread that throws here, and give them
+// back when that thread ends: never, where a host's thread outlives the module, load after load. So the module stands in for
+// the two functions that lead there, and none of it comes to be.
 #include <pthread.h>
 #include <windows.h>
 #include <winternl.h>
 
-#include <array>
 #include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
 
-extern "C" {
-BOOLEAN NTAPI RtlDllShutdownInProgress(void);  // documented, but in no header of the cross toolchain
-
-// The library's own callback for the end of a thread.
-extern PIMAGE_TLS_CALLBACK __xl_f;
-
-// The linker's --wrap leads the module's calls of these two functions here.
-using tls_alloc_t = DWORD(WINAPI*)();
-using create_semaphore_t = HANDLE(WINAPI*)(SECURITY_ATTRIBUTES*, LONG, LONG, const char*);
-extern const tls_alloc_t __real___imp_TlsAlloc;
-extern const create_semaphore_t __real___imp_CreateSemaphoreA;
-}
+extern "C" BOOLEAN NTAPI RtlDllShutdownInProgress(void);  // documented, but in no header of the cross toolchain
 
 namespace {
 
-template <class T>
-class few {
-public:
-    void add(T value) noexcept {
-        if (count_ < values_.size())
-            values_[count_++] = value;
-    }
-    template <class Close>
-    void close_all(Close close) noexcept {
-        while (count_ > 0)
-            close(values_[--count_]);
-    }
-
-private:
-    std::array<T, 8> values_{};
-    std::size_t count_ = 0;
+// What the compiler says of a thread-local variable.
+struct variable_t {
+    std::size_t size, alignment;
+    void* unused;
+    const void* initial;  // null: zeros
 };
 
-constinit few<DWORD> slots;
-constinit few<HANDLE> semaphores;
-constinit bool noting = false;
+// A thread's copy of it. The bytes stand behind.
+struct alignas(MEMORY_ALLOCATION_ALIGNMENT) copy_t {
+    copy_t* next;
+    const void* variable;
+};
 
-DWORD WINAPI noted_tls_alloc() {
-    const DWORD slot = __real___imp_TlsAlloc();
-    if (noting && slot != TLS_OUT_OF_INDEXES)
-        slots.add(slot);
-    return slot;
-}
+constinit DWORD slot = FLS_OUT_OF_INDEXES;
 
-HANDLE WINAPI noted_create_semaphore(SECURITY_ATTRIBUTES* security, LONG initial, LONG most, const char* name) {
-    const HANDLE semaphore = __real___imp_CreateSemaphoreA(security, initial, most, name);
-    if (noting && semaphore)
-        semaphores.add(semaphore);
-    return semaphore;
+void WINAPI free_copies(void* first) {
+    for (auto* copy = static_cast<copy_t*>(first); copy;)
+        ::HeapFree(::GetProcessHeap(), 0, std::exchange(copy, copy->next));
 }
 
 // Made before, and destroyed after, all other objects of the module.
 struct thread_runtime_t {
-    thread_runtime_t() noexcept {
-        noting = true;
-        pthread_key_t key;
-        if (::pthread_key_create(&key, nullptr) == 0)
-            ::pthread_key_delete(key);
-        ::pthread_self();
-        noting = false;
-    }
+    thread_runtime_t() noexcept { slot = ::FlsAlloc(free_copies); }
     ~thread_runtime_t() {
-        if (::RtlDllShutdownInProgress())
-            return;
-        __xl_f(nullptr, DLL_THREAD_DETACH, nullptr);
-        semaphores.close_all(::CloseHandle);
-        slots.close_all(::TlsFree);
+        if (!::RtlDllShutdownInProgress())
+            ::FlsFree(slot);  // with the copies of all threads
     }
 };
 
@@ -83,8 +49,45 @@ struct thread_runtime_t {
 }  // namespace
 
 extern "C" {
-extern const tls_alloc_t __wrap___imp_TlsAlloc;
-extern const create_semaphore_t __wrap___imp_CreateSemaphoreA;
-constinit const tls_alloc_t __wrap___imp_TlsAlloc = noted_tls_alloc;
-constinit const create_semaphore_t __wrap___imp_CreateSemaphoreA = noted_create_semaphore;
+
+// In place of the compiler's support library's.
+void* __emutls_get_address(void* variable) {
+    const DWORD error = ::GetLastError();
+    auto* const first = static_cast<copy_t*>(::FlsGetValue(slot));
+    auto* copy = first;
+    while (copy && copy->variable != variable)
+        copy = copy->next;
+    if (!copy) {
+        const auto& of = *static_cast<const variable_t*>(variable);
+        copy = static_cast<copy_t*>(::HeapAlloc(::GetProcessHeap(), HEAP_ZERO_MEMORY, sizeof *copy + of.size));
+        if (!copy || of.alignment > alignof(copy_t) || !::FlsSetValue(slot, copy))
+            std::abort();
+        copy->next = first;
+        copy->variable = variable;
+        if (of.initial)
+            std::memcpy(copy + 1, of.initial, of.size);
+    }
+    ::SetLastError(error);
+    return copy + 1;
+}
+
+// The linker's --wrap leads the module's calls of these here: they are made for the statics of functions and the locales.
+int __wrap_pthread_once(pthread_once_t* once, void (*run)()) {
+    constexpr long begun = 2, done = 1;
+    while (const long state = ::InterlockedCompareExchange(once, begun, PTHREAD_ONCE_INIT)) {
+        if (state == done)
+            return 0;
+        ::Sleep(1);
+    }
+    run();
+    ::InterlockedExchange(once, done);
+    return 0;
+}
+
+// Whoever waits looks again in any case.
+int __wrap_pthread_cond_wait(pthread_cond_t*, pthread_mutex_t* mutex) {
+    ::pthread_mutex_unlock(mutex);
+    ::Sleep(1);
+    return ::pthread_mutex_lock(mutex);
+}
 }
