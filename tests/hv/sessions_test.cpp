@@ -84,6 +84,7 @@ TEST_F(Console, SeveralDoNotDisturbEachOther) {
 TEST_F(Console, ThreadsInitialiseTrackingOnce) {
     console_t console(log_);
     console.play("every getter makes an object", true);
+    ASSERT_FALSE(HasFailure());
     auto* const tracking = static_cast<IKorvaHvCtpMngr*>(console.objects["another tracking"].get());
     lab::requests().take();
     {
@@ -112,6 +113,7 @@ TEST_F(Console, ThreadsFillOneRequest) {
 TEST_F(Console, WhatCannotBeHandedOutFailsItsOperation) {
     console_t console(log_);
     console.play("a snapshot on the host", true);
+    ASSERT_FALSE(HasFailure());
     const auto value = [&](const char* name) { return text::widen(console.values[name]); };
     const GUID operation = guid_of(console.values["operation"]);
     const auto client = win::rpc::make_integration_client();

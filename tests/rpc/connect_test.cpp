@@ -112,10 +112,12 @@ TEST_F(Connect, AHostThatTheCodePageCannotHoldFailsClearly) {
 
 // Real bindings to a port where nothing listens: every attempt fails, and every thread replaces the binding of all.
 TEST(ClosedPort, ThreadsThatReconnectAtOnceLeaveEveryCallItsBinding) {
-    std::atomic<int> bindings_alive = 0, failed = 0;
+    std::atomic<int> bindings_alive = 0, bindings_made = 0, failed = 0;
     {
         auto functions = win::rpc::rpc_functions_t::real();
         functions.binding_from_string_binding = [&](RPC_CSTR text, RPC_BINDING_HANDLE* handle) {
+            if (++bindings_made > 1000)
+                throw exc::runtime_exc_t("It has no end.");
             ++bindings_alive;
             return ::RpcBindingFromStringBindingA(text, handle);
         };

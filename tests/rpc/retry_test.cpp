@@ -18,7 +18,8 @@ class scripted_t : public IRpcMethod {
 public:
     void Execute(binding_t binding) override {
         EXPECT_NE(binding, nullptr);
-        ++attempts;
+        if (++attempts > 100)
+            throw exc::runtime_exc_t("It has no end.");
         clock += takes;
         const std::uint32_t status = statuses.front();
         if (statuses.size() > 1)

@@ -100,7 +100,8 @@ class counting_command : public win::rpc::CDoRpcMethod {
 public:
     counting_command() : CDoRpcMethod(L"cmd", L"<i/>") {}
     void Execute(win::rpc::binding_t binding) override {
-        ++attempts;
+        if (++attempts > 100)
+            throw exc::runtime_exc_t("It has no end.");
         CDoRpcMethod::Execute(binding);
     }
     unsigned attempts = 0;
