@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <objidl.h>
 #include <rpc.h>
 #include <rpcndr.h>
 
@@ -10,6 +11,8 @@
 #include <cstdlib>
 #include <new>
 #include <utility>
+
+extern "C" void WINAPI SetOaNoCache();  // documented, but in no header of the cross toolchain
 
 namespace {
 
@@ -27,10 +30,51 @@ bool fails() noexcept {
 }
 
 void look_at(const void* block, std::size_t size) noexcept {
-    --live;
     if (!searched.empty() && std::string_view(static_cast<const char*>(block), size).find(searched) != std::string_view::npos)
         ++sightings;
 }
+
+// COM's own allocator, from which texts and arrays come. What those hold is their caller's affair: nothing is looked at, and
+// nothing of it is left for a block of ours.
+class com_memory_t final : public IMallocSpy {
+public:
+    com_memory_t() {
+        ::SetOaNoCache();  // which would keep texts that were given back
+        ::CoRegisterMallocSpy(this);
+    }
+    ~com_memory_t() { ::CoRevokeMallocSpy(); }
+
+    STDMETHODIMP QueryInterface(REFIID, void** object) override {
+        *object = this;
+        return S_OK;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
+    STDMETHODIMP_(ULONG) Release() override { return 1; }
+    STDMETHODIMP_(SIZE_T) PreAlloc(SIZE_T size) override { return fails() ? 0 : size; }
+    STDMETHODIMP_(void*) PostAlloc(void* block) override {
+        live += block != nullptr;
+        return block;
+    }
+    STDMETHODIMP_(void*) PreFree(void* block, BOOL counted) override {
+        if (block && counted) {
+            --live;
+            ::SecureZeroMemory(block, ::HeapSize(::GetProcessHeap(), 0, block));
+        }
+        return block;
+    }
+    STDMETHODIMP_(void) PostFree(BOOL) override {}
+    STDMETHODIMP_(SIZE_T) PreRealloc(void* block, SIZE_T size, void** same, BOOL) override {
+        *same = block;
+        return size;
+    }
+    STDMETHODIMP_(void*) PostRealloc(void* block, BOOL) override { return block; }
+    STDMETHODIMP_(void*) PreGetSize(void* block, BOOL) override { return block; }
+    STDMETHODIMP_(SIZE_T) PostGetSize(SIZE_T size, BOOL) override { return size; }
+    STDMETHODIMP_(void*) PreDidAlloc(void* block, BOOL) override { return block; }
+    STDMETHODIMP_(int) PostDidAlloc(void*, BOOL, int answer) override { return answer; }
+    STDMETHODIMP_(void) PreHeapMinimize() override {}
+    STDMETHODIMP_(void) PostHeapMinimize() override {}
+} com_memory;
 
 }  // namespace
 
@@ -61,8 +105,10 @@ void* operator new(std::size_t size) {
 }
 
 void operator delete(void* block) noexcept {
-    if (block)
+    if (block) {
         look_at(block, ::_msize(block));
+        --live;
+    }
     std::free(block);
 }
 void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
@@ -82,6 +128,7 @@ extern "C" void __RPC_USER __wrap_MIDL_user_free(void* block) {
         ::RaiseException(RPC_S_INTERNAL_ERROR, 0, 0, nullptr);
     if (block) {
         look_at(block, ::HeapSize(::GetProcessHeap(), 0, block));
+        --live;
         --live_stub;
     }
     ::__real_MIDL_user_free(block);

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-// The program's operator new and the RPC allocator, which count, fail and search on demand, for the calling thread alone: the
-// services that a test runs in the same process are not touched.
+// The program's operator new, the RPC allocator and COM's own, which count, fail and search on demand, for the calling thread
+// alone: the services that a test runs in the same process are not touched.
 namespace watched_memory {
 
 // Blocks that this thread took less those that it gave back.

@@ -1,7 +1,7 @@
 // The rules that hold for every class, each with its interface, alone and as a part of an aggregate.
 #include <gmock/gmock.h>
 
-#include <array>
+#include <thread>
 
 #include "com/class_table.h"
 #include "com/co_add_file_result.h"
@@ -27,9 +27,9 @@
 #include "com/co_vhd_mounter.h"
 #include "com/co_vmdk_mounter.h"
 #include "logging/memory_receiver.h"
-#include "tests/com/classes.h"
 #include "tests/com/com_test.h"
-#include "tests/com/outer_object.h"
+#include "tests/com/every_class.h"
+#include "tests/com/type_info.h"
 
 namespace {
 
@@ -52,6 +52,22 @@ const std::vector<class_row> classes =
 namespace {
 
 using every_class = com_test;
+
+// An object that makes another a part of itself.
+struct outer_object final : IUnknown {
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
+        if (iid != IID_IUnknown)
+            return part->QueryInterface(iid, object);
+        AddRef();
+        *object = this;
+        return S_OK;
+    }
+    STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references; }
+    STDMETHODIMP_(ULONG) Release() noexcept override { return --references; }
+
+    ULONG references = 1;
+    win::com_ptr<IUnknown> part;
+};
 
 TEST_F(every_class, IsInTheList) {
     const auto types = com::type_library::get();
@@ -119,37 +135,75 @@ TEST_F(every_class, HasOneIdentityAloneAndInAnAggregate) {
     std::printf("%zu classes have one identity, alone and in an aggregate\n", classes.size());
 }
 
+TEST_F(every_class, CountsReferencesOfManyThreads) {
+    const auto object = classes.front().make_interface();
+    {
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 4; ++i)
+            threads.emplace_back([&] {
+                for (int n = 0; n < 20000; ++n) {
+                    win::com_ptr<ISupportErrorInfo> other;
+                    object.query(other);
+                }
+            });
+    }
+    object->AddRef();
+    EXPECT_EQ(object->Release(), 1u);
+}
+
+// Nothing but IDispatch's own rules: the implementations are not there.
+TEST_F(every_class, KnowsItsMembersByNamesInAnyCase) {
+    int members = 0;
+    for (const class_row& row : classes) {
+        const auto object = row.make_interface();
+        UINT count = 0;
+        EXPECT_EQ(object->GetTypeInfoCount(&count), S_OK);
+        EXPECT_EQ(count, 1u);
+        win::com_ptr<ITypeInfo> info;
+        EXPECT_EQ(object->GetTypeInfo(1, LOCALE_NEUTRAL, info.put()), DISP_E_BADINDEX);
+        EXPECT_FALSE(info);
+        DISPPARAMS none{};
+        EXPECT_EQ(object->Invoke(7, IID_IUnknown, 0, DISPATCH_METHOD, &none, nullptr, nullptr, nullptr),
+                  DISP_E_UNKNOWNINTERFACE);
+
+        const auto table = table_of(object.get());
+        for_each_member(table.get(), [&](const FUNCDESC& member) {
+            std::wstring name = text::widen(name_of(table.get(), member.memid));
+            wchar_t* names[] = {::_wcsupr(name.data())};
+            DISPID id = 0;
+            EXPECT_EQ(object->GetIDsOfNames(IID_NULL, names, 1, 0, &id), S_OK);
+            EXPECT_EQ(id, member.memid);
+            EXPECT_EQ(object->GetIDsOfNames(IID_IUnknown, names, 1, 0, &id), DISP_E_UNKNOWNINTERFACE);
+            ++members;
+        });
+    }
+    EXPECT_EQ(members, 124);
+}
+
 // The guard takes away what somebody else left on the thread and answers any missing pointer before it logs or does anything.
 // The other methods are looked at by guard_check.py.
 TEST_F(every_class, RefusesEachMissingPointerOfEveryMethod) {
-    using method = HRESULT(STDMETHODCALLTYPE*)(void*, void*, void*, void*, void*, void*, void*);
     logging::captured_log_t log;
     int pointers = 0;
     for (const class_row& row : classes) {
-        win::com_ptr<IDispatch> object;
-        const auto creator = win::com_ptr<IUnknown>::attach(row.make(nullptr));
-        ASSERT_EQ(creator->QueryInterface(row.iid, reinterpret_cast<void**>(object.put())), S_OK);
+        const auto object = row.make_interface();
         const auto table = table_of(object.get());
         log.clear();  // some log that they are created
-        FUNCDESC* member = nullptr;
-        for (UINT i = 0; table->GetFuncDesc(i, &member) == S_OK; ++i) {
-            const std::size_t slot = static_cast<std::size_t>(member->oVft) / sizeof(void*);
-            SCOPED_TRACE(text::guid_text(row.iid) + ", slot " + std::to_string(slot));
-            for (int missing = 0; slot >= 7 && missing < member->cParams; ++missing) {
-                if (member->lprgelemdescParam[missing].tdesc.vt != VT_PTR)
+        for_each_member(table.get(), [&](const FUNCDESC& member) {
+            SCOPED_TRACE(text::guid_text(row.iid) + ", slot " + std::to_string(slot_of(member)));
+            for (int missing = 0; missing < member.cParams; ++missing) {
+                if (member.lprgelemdescParam[missing].tdesc.vt != VT_PTR)
                     continue;
                 GUID value{};  // a GUID comes by address, too
-                std::array<void*, 6> a;
-                a.fill(&value);
-                a[missing] = nullptr;
+                arguments_t arguments;
+                arguments.fill(&value);
+                arguments[missing] = nullptr;
                 leave_foreign_error();
-                EXPECT_EQ((*reinterpret_cast<method**>(object.get()))[slot](object.get(), a[0], a[1], a[2], a[3], a[4], a[5]),
-                          E_POINTER);
+                EXPECT_EQ(call_member(object.get(), member, arguments), E_POINTER);
                 EXPECT_FALSE(take_error());
                 ++pointers;
             }
-            table->ReleaseFuncDesc(member);
-        }
+        });
         EXPECT_THAT(log.texts(), testing::IsEmpty());
     }
     EXPECT_GT(pointers, 70);

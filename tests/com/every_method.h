@@ -5,87 +5,93 @@
 #include <set>
 #include <string>
 
-#include "foundation/automation.h"
-#include "tests/com/classes.h"
+#include "com/class_table.h"
+#include "tests/com/com_test.h"
+#include "tests/com/type_info.h"
 
 // Calls every method of an object as the type library describes it, and those of each object that it hands out: with one text
 // and one number for all, the identifier that was last given back, and no name for a log.
 struct every_method_t {
-    std::function<void(HRESULT)> after_call = [](HRESULT) {};
+    struct called_t {
+        HRESULT result;
+        int given_out;  // objects, texts and arrays
+    };
+    using call_t = std::function<called_t()>;  // as often as one likes: each gives back what the one before gave out
+    std::function<void(const call_t&)> on_call = [](const call_t& call) { call(); };
     const wchar_t* host = L"\x65E5";  // not in the code page: no call gets as far as the network
     unsigned port = 1;
     const wchar_t* password = L"password";
-    int run = 0;                             // a part of the text: another file to track
-    std::set<std::wstring> interfaces = {};  // that were met
+    int run = 0;                            // a part of the text: another file to track
+    std::set<std::string> interfaces = {};  // that were met
     GUID id{};
 
-    void call(IDispatch* object);
+    void call(IDispatch* object) {
+        const auto table = table_of(object);
+        interfaces.insert(name_of(table.get()));
+        for_each_member(table.get(), [&](const FUNCDESC& member) {
+            const std::string name = name_of(table.get(), member.memid);
+            const auto is_id = [&](const TYPEDESC& type) { return kind_of(table.get(), type) == TKIND_RECORD; };
+            std::array<win::unique_bstr, 6> texts;
+            std::array<win::unique_variant, 6> outputs;  // an identifier finds room in one, too
+            arguments_t arguments{};
+            for (int i = 0; i < member.cParams; ++i) {
+                const TYPEDESC& type = member.lprgelemdescParam[i].tdesc;
+                if (type.vt == VT_BSTR)
+                    arguments[i] = (texts[i] = text_for(name, i)).get();
+                else if (is_id(type))
+                    arguments[i] = &id;
+                else if (type.vt != VT_PTR && type.vt != VT_SAFEARRAY)
+                    arguments[i] = reinterpret_cast<void*>(number_for(name));
+                else if (type.vt == VT_PTR && kind_of(table.get(), *type.lptdesc) != TKIND_DISPATCH) {
+                    arguments[i] = &V_BYREF(outputs[i].get());
+                    V_VT(outputs[i].get()) = type_given_out(type.lptdesc->vt);
+                }
+            }
+            on_call([&] {
+                for (win::unique_variant& output : outputs) {
+                    const VARTYPE type = V_VT(output.get());
+                    ::VariantClear(output.get());
+                    V_VT(output.get()) = type;
+                    V_BYREF(output.get()) = nullptr;
+                }
+                called_t called{call_member(object, member, arguments), 0};
+                for (win::unique_variant& output : outputs)
+                    called.given_out += V_VT(output.get()) != VT_EMPTY && V_BYREF(output.get());
+                return called;
+            });
+            for (int i = 0; i < member.cParams; ++i) {
+                const TYPEDESC& type = member.lprgelemdescParam[i].tdesc;
+                if (V_VT(outputs[i].get()) == VT_DISPATCH && V_DISPATCH(outputs[i].get()))
+                    call(V_DISPATCH(outputs[i].get()));
+                else if (type.vt == VT_PTR && is_id(*type.lptdesc))
+                    std::memcpy(&id, arguments[i], sizeof id);
+            }
+        });
+    }
+
+    // Of a new object of each creatable class; `around` is given the call of all, to be made as often as it likes.
+    template <class Around>
+    void call_each_class(Around around) {
+        for (const com::class_entry& entry : com::class_table()) {
+            SCOPED_TRACE(text::narrow(entry.description));
+            around([&] { call(create<IDispatch>(entry.clsid).get()); });
+        }
+    }
 
 private:
-    win::unique_bstr text_for(std::wstring_view method, int parameter) const {
+    static VARTYPE type_given_out(VARTYPE type) {
+        return type == VT_BSTR ? VT_BSTR : type == VT_PTR ? VT_DISPATCH : type == VT_SAFEARRAY ? VT_ARRAY | VT_UI1 : VT_EMPTY;
+    }
+    win::unique_bstr text_for(std::string_view method, int parameter) const {
+        if (method.starts_with("SetLog"))
+            return {};
         const std::wstring text = L"<Snapshot Polls='0'/><!--" + std::to_wstring(run) + L"-->";
-        return win::make_bstr(method == L"SetEndpoint"        ? host
-                              : method == L"SetAccount"       ? (parameter == 0 ? L"CORP\\user" : password)
-                              : method.starts_with(L"SetLog") ? L""
-                                                              : text.c_str());
+        return win::make_bstr(method == "SetEndpoint"  ? host
+                              : method == "SetAccount" ? (parameter == 0 ? L"CORP\\user" : password)
+                                                       : text.c_str());
     }
     // The tracked file with the first number stays, for the methods behind.
-    std::uintptr_t number_for(std::wstring_view method) const {
-        return method == L"SetEndpoint" ? port : method == L"RemoveFile" || method == L"Get" ? 0 : 1;
+    std::uintptr_t number_for(std::string_view method) const {
+        return method == "SetEndpoint" ? port : method == "RemoveFile" || method == "Get" ? 0 : 1;
     }
 };
-
-inline TYPEKIND kind_of(ITypeInfo* info, const TYPEDESC& type) {
-    win::com_ptr<ITypeInfo> named;
-    TYPEATTR* of = nullptr;
-    if (type.vt != VT_USERDEFINED || info->GetRefTypeInfo(type.hreftype, named.put()) != S_OK ||
-        named->GetTypeAttr(&of) != S_OK)
-        return TKIND_MAX;
-    const TYPEKIND kind = of->typekind;
-    named->ReleaseTypeAttr(of);
-    return kind;
-}
-
-inline void every_method_t::call(IDispatch* object) {
-    using method = HRESULT(STDMETHODCALLTYPE*)(void*, void*, void*, void*, void*, void*, void*);
-    const auto table = table_of(object);
-    win::unique_bstr name;
-    table->GetDocumentation(MEMBERID_NIL, name.put(), nullptr, nullptr, nullptr);
-    interfaces.insert(name.get());
-    FUNCDESC* member = nullptr;
-    for (UINT i = 0; table->GetFuncDesc(i, &member) == S_OK; table->ReleaseFuncDesc(member), ++i) {
-        const std::size_t slot = static_cast<std::size_t>(member->oVft) / sizeof(void*);
-        table->GetDocumentation(member->memid, name.put(), nullptr, nullptr, nullptr);
-        if (slot < 7)
-            continue;
-        GUID values[6]{};  // room for any output
-        win::unique_bstr texts[6];
-        void* a[6]{};
-        const auto type = [&](int p) -> const TYPEDESC& { return member->lprgelemdescParam[p].tdesc; };
-        const auto output = [&](int p) { return type(p).vt == VT_PTR ? type(p).lptdesc->vt : VARTYPE{VT_EMPTY}; };
-        for (int p = 0; p < member->cParams; ++p) {
-            if (type(p).vt == VT_BSTR)
-                a[p] = (texts[p] = text_for(win::bstr_view(name.get()), p)).get();
-            else if (type(p).vt == VT_PTR)
-                a[p] = kind_of(table.get(), *type(p).lptdesc) == TKIND_DISPATCH ? nullptr : &values[p];
-            else if (kind_of(table.get(), type(p)) == TKIND_RECORD)
-                a[p] = &id;
-            else if (type(p).vt != VT_SAFEARRAY)
-                a[p] = reinterpret_cast<void*>(number_for(win::bstr_view(name.get())));
-        }
-        const HRESULT result = (*reinterpret_cast<method**>(object))[slot](object, a[0], a[1], a[2], a[3], a[4], a[5]);
-        after_call(result);
-        for (int p = 0; p < member->cParams; ++p) {
-            void* value = nullptr;
-            std::memcpy(&value, &values[p], sizeof value);
-            if (output(p) == VT_BSTR)
-                ::SysFreeString(static_cast<BSTR>(value));
-            else if (output(p) == VT_SAFEARRAY)
-                ::SafeArrayDestroy(static_cast<SAFEARRAY*>(value));
-            else if (output(p) == VT_PTR && value)
-                call(win::com_ptr<IDispatch>::attach(static_cast<IDispatch*>(value)).get());
-            else if (output(p) == VT_USERDEFINED && kind_of(table.get(), *type(p).lptdesc) == TKIND_RECORD)
-                id = values[p];
-        }
-    }
-}

@@ -1,16 +1,13 @@
 #pragma once
 
 #include <functional>
-#include <string>
 
 #include "KorvaProxyClient.h"
 #include "com/com_object.h"
-#include "com/conversions.h"
 
 // An implementation that a test plays, and its COM class.
 struct played_impl {
     std::function<void()> refresh = [] {};
-    std::wstring description = L"none";
 };
 
 class CCoPlayedOp final : public com::com_object<IKorvaHvAsyncOp, played_impl> {
@@ -21,9 +18,7 @@ public:
     STDMETHODIMP get_IsSucceeded(VARIANT_BOOL* value) override {
         return guarded(com::out(value), [&] { impl().refresh(); });
     }
-    STDMETHODIMP get_ErrDescription(BSTR* value) override {
-        return guarded(com::out(value), [&] { *value = com::to_bstr(impl().description); });
-    }
+    STDMETHODIMP get_ErrDescription(BSTR*) override { return E_NOTIMPL; }
     STDMETHODIMP get_OperationID(GUID*) override { return E_NOTIMPL; }
     STDMETHODIMP Refresh() override {
         return guarded([&] { impl().refresh(); });

@@ -7,7 +7,7 @@
 
 #include "foundation/convert.h"
 #include "foundation/format.h"
-#include "tests/com/every_method.h"
+#include "tests/com/type_info.h"
 #include "tests/foundation/error_object.h"
 
 namespace hv_tests {
