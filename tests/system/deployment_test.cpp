@@ -42,7 +42,8 @@ struct Deployment : com_test {
     win::com_ptr<IKorvaDeployer> deployer;
     const fs::path windows = lab::wine_host_t::windows_folder();
     const fs::path backup = windows / L"Korva" / L"Backup";
-    const fs::path dll = fs::temp_directory_path() / L"KorvaNew.dll";
+    const scratch_t scratch;
+    const fs::path dll = scratch.path() / L"KorvaNew.dll";
 
     Deployment() {
         host.stand_in(impl::default_deployer_platform());
@@ -53,8 +54,6 @@ struct Deployment : com_test {
     ~Deployment() override {
         deployer.reset();
         impl::default_deployer_platform() = platform_before;
-        std::error_code ignored;
-        fs::remove(dll, ignored);
         EXPECT_THAT(host.connections(), IsEmpty());
         EXPECT_FALSE(host.impersonating());
         clear_log();
