@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <concepts>
 #include <cstring>
-#include <memory>
 
 #include "deploy/unc_path.h"
 #include "foundation/format.h"
@@ -86,7 +85,8 @@ void host_t::record(std::function<Result(Args...)>& function, const char* name, 
 template <class Result, class... Args, class Model>
 void host_t::play(std::function<Result(Args...)>& function, const char* name, Model model) {
     constexpr bool returns_code = std::is_same_v<Result, DWORD>;
-    const auto played = [=, this](Args... args) -> Result {
+    const auto new_handle = [this, name] { return opened(name); };
+    const auto played = [=](Args... args) -> Result {
         DWORD code = NO_ERROR;
         if constexpr (std::is_void_v<decltype(model(args...))>)
             model(args...);
@@ -98,7 +98,7 @@ void host_t::play(std::function<Result(Args...)>& function, const char* name, Mo
         else if constexpr (std::is_same_v<Result, BOOL>)
             return code == NO_ERROR;
         else
-            return code == NO_ERROR ? static_cast<Result>(opened(name)) : nullptr;
+            return code == NO_ERROR ? static_cast<Result>(new_handle()) : nullptr;
     };
     record(function, name, played, [](DWORD code) -> Result {
         if constexpr (returns_code)
@@ -142,15 +142,11 @@ impl::deployer_platform_t host_t::platform() {
     play(platform.impersonation.impersonate, "ImpersonateLoggedOnUser", [this](HANDLE token) { acting_as = token; });
     play(platform.impersonation.revert, "RevertToSelf", [this] { acting_as = nullptr; });
     play(platform.shares.get_info, "NetShareGetInfo", [this](auto, auto, auto, LPBYTE* buffer) {
-        auto information = std::make_unique<SHARE_INFO_2>();
-        information->shi2_path = const_cast<wchar_t*>(share_path);
-        *buffer = static_cast<BYTE*>(opened("share buffer", information.release()));
+        static SHARE_INFO_2 information;
+        information.shi2_path = const_cast<wchar_t*>(share_path);
+        *buffer = static_cast<BYTE*>(opened("share buffer", &information));
     });
-    platform.shares.free_buffer = [this](LPVOID buffer) -> DWORD {
-        given_back(buffer);
-        delete static_cast<SHARE_INFO_2*>(buffer);
-        return NO_ERROR;
-    };
+    platform.shares.free_buffer = [this](LPVOID buffer) -> DWORD { return given_back(buffer), NO_ERROR; };
     play_network(platform.network);
     play_services(platform.services);
     play_files(platform.files);
