@@ -6,7 +6,6 @@
 #include <sstream>
 
 #include "foundation/convert.h"
-#include "foundation/format.h"
 #include "tests/com/type_info.h"
 #include "tests/foundation/error_object.h"
 
@@ -31,6 +30,8 @@ struct output_t {
 std::string quoted(BSTR text) { return "'" + text::narrow(win::bstr_view(text)) + "'"; }
 
 std::string list_of(const win::unique_safe_array& array) {
+    if (!array)
+        return "null";
     VARTYPE type = VT_EMPTY;
     EXPECT_TRUE(::SafeArrayGetVartype(array.get(), &type) == S_OK && type == VT_BSTR);
     std::string list;
@@ -68,7 +69,9 @@ void take(ITypeInfo* table, const output_t& output, called_t& called) {
             text = list_of(win::unique_safe_array(output.as<SAFEARRAY*>()));
             break;
         case VT_BOOL:
-            text = text::format("%1", output.as<VARIANT_BOOL>() == VARIANT_TRUE);
+            text = output.as<VARIANT_BOOL>() == VARIANT_TRUE    ? "true"
+                   : output.as<VARIANT_BOOL>() == VARIANT_FALSE ? "false"
+                                                                : "neither";
             break;
         case VT_UI2:
             text = std::to_string(output.as<USHORT>());

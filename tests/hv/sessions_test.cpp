@@ -1,6 +1,8 @@
 // Everything that a console does with the lab, from COM to the wire and back.
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cctype>
 #include <map>
 #include <thread>
 
@@ -63,7 +65,12 @@ TEST_P(Sessions, GoAsTheyAreWritten) {
     }
     console.play(GetParam());
 }
-INSTANTIATE_TEST_SUITE_P(Hv, Sessions, ::testing::ValuesIn(console_t::session_names()));
+INSTANTIATE_TEST_SUITE_P(Hv, Sessions, ::testing::ValuesIn(console_t::session_names()), [](const auto& session) {
+    std::string name = session.param;
+    std::ranges::replace_if(
+        name, [](char c) { return !std::isalnum(c); }, '_');
+    return name;
+});
 
 TEST_F(Console, SeveralDoNotDisturbEachOther) {
     const auto play = [this](const char* host, const char* machine, const char* name, const char* other_machine) {
