@@ -4,6 +4,7 @@
 
 #include "foundation/system_text.h"
 #include "tests/foundation/thrown.h"
+#include "tests/process_state.h"
 
 namespace {
 
@@ -36,7 +37,9 @@ TEST(Accounts, LogOnWithNewCredentialsInTheCodePageOfTheProcess) {
         return TRUE;
     };
     ASSERT_EQ(::GetACP(), 1252u) << "the tests' code page, see scripts/env.sh";
+    const unsigned handles = process_state::open_handles();
     EXPECT_TRUE(win::logon(L"KORVA\\J\u00f6rg", L"s\u00e9same", functions));
+    EXPECT_EQ(process_state::open_handles(), handles);
 }
 
 TEST(Accounts, AFailedLogonNamesTheUserAndKeepsTheCodeButNeverThePassword) {

@@ -1,5 +1,10 @@
 #include "tests/deploy/played_host.h"
 
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <winternl.h>
+
 #include <algorithm>
 #include <concepts>
 #include <cstring>
@@ -41,10 +46,17 @@ std::wstring short_host_of(const std::wstring& path) {
 
 }  // namespace
 
-host_t::host_t() {
+host_t::host_t() : account_(::CreateEventW(nullptr, FALSE, FALSE, nullptr)) {
     std::filesystem::create_directories(at(L"\\\\host\\ADMIN$"));
     std::filesystem::create_directories(at(L"C:\\console"));
     write_all(at(L"C:\\console\\KorvaDeploymentSvc.exe"), "the executable");
+}
+
+host_t::~host_t() {
+    PUBLIC_OBJECT_BASIC_INFORMATION of{};
+    EXPECT_EQ(::NtQueryObject(account_.get(), ObjectBasicInformation, &of, sizeof of, nullptr), 0);
+    EXPECT_EQ(of.HandleCount, 1u) << "tokens that nobody closed";
+    win::remove_folder(scratch_.path().wstring());  // read-only files too
 }
 
 std::filesystem::path host_t::at(std::wstring_view path) const {
@@ -137,8 +149,10 @@ BOOL host_t::given_back(void* handle) {
 
 impl::deployer_platform_t host_t::platform() {
     impl::deployer_platform_t platform;
-    play(platform.accounts.logon_user, "LogonUserA",
-         [](auto, auto, auto, auto, auto, PHANDLE token) { *token = ::CreateEventW(nullptr, FALSE, FALSE, nullptr); });
+    play(platform.accounts.logon_user, "LogonUserA", [this](auto, auto, auto, auto, auto, PHANDLE token) {
+        const HANDLE self = ::GetCurrentProcess();
+        ::DuplicateHandle(self, account_.get(), self, token, 0, FALSE, DUPLICATE_SAME_ACCESS);
+    });
     play(platform.impersonation.impersonate, "ImpersonateLoggedOnUser", [this](HANDLE token) { acting_as = token; });
     play(platform.impersonation.revert, "RevertToSelf", [this] { acting_as = nullptr; });
     play(platform.shares.get_info, "NetShareGetInfo", [this](auto, auto, auto, LPBYTE* buffer) {

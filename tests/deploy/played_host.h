@@ -18,7 +18,7 @@ namespace played {
 class host_t {
 public:
     host_t();
-    ~host_t() { win::remove_folder(scratch_.path().wstring()); }  // read-only files too
+    ~host_t();
     host_t(const host_t&) = delete;
     host_t& operator=(const host_t&) = delete;
 
@@ -54,6 +54,8 @@ public:
     std::vector<std::uint32_t> waits;
 
 private:
+    const win::unique_handle account_;  // every logon's token is another handle of it
+
     // Records a call and says how it fails, 0 where it is not told to.
     DWORD enter(const std::string& name, const std::string& arguments);
     template <class Result>
