@@ -15,8 +15,8 @@
 #include "lab/serve.h"
 #include "lab/server.h"
 #include "tests/com/loaded_dll.h"
+#include "tests/lab_process.h"
 #include "tests/system/client.h"
-#include "tests/system/lab_process.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/com/loaded_dll.h"
-#include "tests/system/lab_process.h"
+#include "tests/lab_process.h"
 
 namespace {
 
