@@ -7,8 +7,8 @@ extern "C" BOOLEAN NTAPI RtlDllShutdownInProgress(void);  // documented, but in 
 namespace win {
 namespace {
 
-// How often a thread looks whether the lock is free before it sleeps: some ten log messages' time.
-constexpr int attempts_before_sleep = 200;
+// How often a thread looks whether the lock is free before it sleeps: some fifty log messages' time.
+constexpr int attempts_before_sleep = 1000;
 constexpr int attempts_before_yield = 20;
 
 }  // namespace
